@@ -1,0 +1,39 @@
+# cmake --install, the CMake package that hosts find, and the ZIP of both.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# What a host includes: one header and what it needs.
+add_library(WMIServiceInterface INTERFACE)
+target_compile_features(WMIServiceInterface INTERFACE cxx_std_20)
+target_sources(WMIServiceInterface INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES
+  ${PROJECT_SOURCE_DIR}/Services/ProgressCallback.h
+  ${PROJECT_SOURCE_DIR}/Services/ResultCode.h
+  ${PROJECT_SOURCE_DIR}/Services/ZVService.h)
+set_target_properties(WMIServiceInterface PROPERTIES EXPORT_NAME Interface)
+
+install(TARGETS WMIServiceInterface EXPORT WMIServiceTargets
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/WMIService)
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/WMIService)
+install(EXPORT WMIServiceTargets NAMESPACE WMIService:: DESTINATION ${package_folder})
+
+# Hosts load the module and do not link to it: no import library is installed.
+install(FILES $<TARGET_FILE:WMIService> DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(TARGET Logging)
+  install(FILES $<TARGET_FILE:Logging> DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+if(TARGET wmihost)
+  install(TARGETS wmihost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+configure_package_config_file(cmake/WMIServiceConfig.cmake.in ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake
+  INSTALL_DESTINATION ${package_folder} PATH_VARS CMAKE_INSTALL_BINDIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/WMIServiceConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake ${PROJECT_BINARY_DIR}/WMIServiceConfigVersion.cmake
+        DESTINATION ${package_folder})
+install(FILES README.md docs/host-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_VENDOR Zv)
+set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-x64)
+set(CPACK_VERBATIM_VARIABLES TRUE)
+include(CPack)
