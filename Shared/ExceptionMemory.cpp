@@ -1,0 +1,232 @@
+// Memory for exceptions in builds with GCC, which must not itself need memory that has run out.
+//
+// GCC's run time takes an exception's memory from a reserve when malloc fails, but its way there locks a mutex that
+// allocates on first use, and its record of a thread's exceptions is made by the thread's first one. When malloc goes
+// on failing, either ends the process. The functions below take the place of the run time's own (the linker leaves
+// those out of the module): they fall back on static reserves and allocate nothing besides.
+#if defined(__GNUC__) && !defined(_MSC_VER)
+
+#include "Shared/Lock.h"
+
+#include <windows.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+// Of the MinGW-w64 run time: what is done with a slot's value at a thread's end.
+extern "C" int __mingwthr_key_dtor(DWORD key, void (*destructor)(void*));
+extern "C" int __mingwthr_remove_key_dtor(DWORD key);
+
+namespace
+{
+
+using Zv::Tessel::Server::Shared::Lock;
+using Zv::Tessel::Server::Shared::LockGuard;
+
+// Blocks of one size that are there from the start.
+template <std::size_t Size, std::size_t Count>
+class Reserve
+{
+public:
+    // Null when all are in use.
+    void* Take() noexcept
+    {
+        const LockGuard held{m_lock};
+        for (std::size_t i = 0; i < Count; ++i)
+        {
+            if (!m_taken[i])
+            {
+                m_taken[i] = true;
+                return m_blocks[i].bytes;
+            }
+        }
+        return nullptr;
+    }
+
+    // False when the block is none of these.
+    bool GiveBack(void* memory) noexcept
+    {
+        auto* const block = static_cast<Block*>(memory);
+        if (block < m_blocks.data() || block >= m_blocks.data() + Count)
+        {
+            return false;
+        }
+        const LockGuard held{m_lock};
+        m_taken[static_cast<std::size_t>(block - m_blocks.data())] = false;
+        return true;
+    }
+
+private:
+    struct alignas(16) Block
+    {
+        std::byte bytes[Size];
+    };
+
+    Lock m_lock;
+    std::array<bool, Count> m_taken{}; // guarded by m_lock
+    std::array<Block, Count> m_blocks{};
+};
+
+// What stands in front of a thrown object (__cxa_refcounted_exception) and of a reference to one
+// (__cxa_dependent_exception), in bytes: part of the C++ ABI of 64-bit Windows with structured exceptions.
+constexpr std::size_t ExceptionHeaderSize = 0xa0;
+constexpr std::size_t DependentExceptionSize = 0x90;
+
+// A thread's caught and uncaught exceptions, as the C++ ABI lays them out (__cxa_eh_globals).
+struct ThreadExceptions
+{
+    void* caught = nullptr;
+    unsigned int uncaught = 0;
+};
+
+constexpr std::size_t LargestReservedException = 512; // larger than any that the module throws
+constexpr std::size_t ReservedExceptions = 64;
+constexpr std::size_t ReservedThreads = 256;
+
+Reserve<LargestReservedException, ReservedExceptions> g_exceptions;
+Reserve<sizeof(ThreadExceptions), ReservedThreads> g_threads;
+
+void* Allocate(std::size_t size) noexcept
+{
+    void* memory = std::malloc(size);
+    if (memory == nullptr && size <= LargestReservedException)
+    {
+        memory = g_exceptions.Take();
+    }
+    if (memory == nullptr)
+    {
+        std::terminate();
+    }
+    return memory;
+}
+
+void Free(void* memory) noexcept
+{
+    if (!g_exceptions.GiveBack(memory))
+    {
+        std::free(memory);
+    }
+}
+
+void FreeThread(void* memory) noexcept
+{
+    if (memory != nullptr && !g_threads.GiveBack(memory))
+    {
+        std::free(memory);
+    }
+}
+
+// The thread-local slot of the record above.
+class ThreadKey
+{
+public:
+    ThreadKey() noexcept : m_key{TlsAlloc()}
+    {
+        if (m_key == TLS_OUT_OF_INDEXES)
+        {
+            std::terminate(); // while the module is being loaded
+        }
+        __mingwthr_key_dtor(m_key, &FreeThread);
+    }
+    ThreadKey(const ThreadKey&) = delete;
+    ThreadKey& operator=(const ThreadKey&) = delete;
+    ~ThreadKey()
+    {
+        __mingwthr_remove_key_dtor(m_key);
+        FreeThread(TlsGetValue(m_key));
+        TlsFree(m_key);
+    }
+
+    [[nodiscard]] DWORD Get() const noexcept { return m_key; }
+
+private:
+    DWORD m_key;
+};
+
+// There from the first to the last moment in which the module's code runs: other static objects may raise exceptions.
+[[gnu::init_priority(101)]] const ThreadKey g_threadKey;
+
+// Exceptions come and go between two calls whose error code is of interest.
+class LastErrorKeeper
+{
+public:
+    LastErrorKeeper() noexcept = default;
+    LastErrorKeeper(const LastErrorKeeper&) = delete;
+    LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
+    ~LastErrorKeeper() { SetLastError(m_error); }
+
+private:
+    DWORD m_error = GetLastError();
+};
+
+ThreadExceptions* OfThisThread() noexcept
+{
+    const LastErrorKeeper keeper;
+    auto* exceptions = static_cast<ThreadExceptions*>(TlsGetValue(g_threadKey.Get()));
+    if (exceptions == nullptr)
+    {
+        void* memory = std::malloc(sizeof(ThreadExceptions));
+        if (memory == nullptr)
+        {
+            memory = g_threads.Take();
+        }
+        if (memory == nullptr)
+        {
+            std::terminate();
+        }
+        exceptions = ::new (memory) ThreadExceptions;
+        TlsSetValue(g_threadKey.Get(), exceptions);
+    }
+    return exceptions;
+}
+
+} // namespace
+
+namespace __cxxabiv1
+{
+
+extern "C"
+{
+
+    void* __cxa_get_globals() noexcept
+    {
+        return OfThisThread();
+    }
+
+    void* __cxa_get_globals_fast() noexcept
+    {
+        return OfThisThread();
+    }
+
+    void* __cxa_allocate_exception(std::size_t size) noexcept
+    {
+        auto* const memory = static_cast<std::byte*>(Allocate(size + ExceptionHeaderSize));
+        std::memset(memory, 0, ExceptionHeaderSize);
+        return memory + ExceptionHeaderSize;
+    }
+
+    void __cxa_free_exception(void* thrown) noexcept
+    {
+        Free(static_cast<std::byte*>(thrown) - ExceptionHeaderSize);
+    }
+
+    void* __cxa_allocate_dependent_exception() noexcept
+    {
+        void* const memory = Allocate(DependentExceptionSize);
+        std::memset(memory, 0, DependentExceptionSize);
+        return memory;
+    }
+
+    void __cxa_free_dependent_exception(void* exception) noexcept
+    {
+        Free(exception);
+    }
+
+} // extern "C"
+
+} // namespace __cxxabiv1
+
+#endif

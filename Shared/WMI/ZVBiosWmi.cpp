@@ -1,0 +1,64 @@
+#include "Shared/WMI/ZVBiosWmi.h"
+
+#include "Shared/TypeName.h"
+#include "Shared/WMI/Bstr.h"
+#include "Shared/WMI/WmiCall.h"
+#include "Shared/WMI/WmiConnection.h"
+
+namespace Zv::Tessel::Server::Shared::WMI
+{
+
+ZVBiosWmi::ZVBiosWmi() : m_logger{Logging::LogManager::GetLogger()}, m_className{ClassName<ZVBiosWmi>()} {}
+
+ZVBiosWmi::~ZVBiosWmi()
+{
+    Disconnect();
+}
+
+bool ZVBiosWmi::GetReady(const wchar_t* logContext)
+{
+    if (m_connected != 0)
+    {
+        return true;
+    }
+
+    constexpr const char* method = "GetReady";
+    const Bstr path{FirmwareNamespace}; // raises before COM is joined, or not at all
+    const ClassLog log = Log(logContext);
+    m_services.Reset();
+    JoinMultithreadedApartment(log, method);
+    SetProcessSecurity(log, method);
+
+    ComPtr<IWbemLocator> locator;
+    if (FAILED(CreateLocator(log, method, locator)))
+    {
+        return false; // COM stays initialised here: only what follows is balanced
+    }
+    HRESULT hr = ConnectServer(*locator.Get(), path, m_services);
+    locator.Reset();
+    hr = Checked(hr, m_services.Get(), log, method, ConnectServerCall);
+    if (SUCCEEDED(hr))
+    {
+        hr = SetServicesBlanket(log, method, *m_services.Get());
+    }
+    if (FAILED(hr))
+    {
+        m_services.Reset();
+        CoUninitialize();
+        return false;
+    }
+    m_connected = 1;
+    return true;
+}
+
+void ZVBiosWmi::Disconnect() noexcept
+{
+    if (m_connected != 0)
+    {
+        m_services.Reset();
+        CoUninitialize();
+        m_connected = 0;
+    }
+}
+
+} // namespace Zv::Tessel::Server::Shared::WMI
