@@ -1,0 +1,104 @@
+#include "Services/WMI/IHotKeyListener.h"
+
+#include "Services/JsonText.h"
+#include "Services/WMI/CompanionApp.h"
+#include "Services/WMI/EventListner.h"
+#include "Services/WMI/PrivateSession.h"
+#include "Services/WMI/WMIService.h"
+#include "Shared/TextLog.h"
+
+namespace Zv::Tessel::Server::Services::WMI
+{
+
+namespace
+{
+
+constexpr const wchar_t* PlatformIdFailed = L"getPlatformId() Failed to get the platform ID string.";
+
+JsonDocument PlatformIdRequest()
+{
+    JsonDocument request{rapidjson::kObjectType};
+    request.AddMember(L"property", L"Product", request.GetAllocator());
+    request.AddMember(L"wmiClass", L"Win32_BaseBoard", request.GetAllocator());
+    request.AddMember(L"wmiNamespace", L"ROOT\\CIMV2", request.GetAllocator());
+    return request;
+}
+
+// The string in the member "result", null when there is none.
+const wchar_t* FindResult(const JsonDocument& response)
+{
+    if (!response.IsObject())
+    {
+        return nullptr;
+    }
+    const auto result = response.FindMember(L"result");
+    return result != response.MemberEnd() && result->value.IsString() ? result->value.GetString() : nullptr;
+}
+
+} // namespace
+
+std::wstring IHotKeyListener::getPlatformId() const noexcept
+{
+    const Shared::TextLog log{logger};
+    std::wstring platformId;
+    try
+    {
+        const auto service = std::make_unique<WMIService>();
+        wchar_t clientId[] = L"APP_FETCH_Platform_ID_CONTEXT";
+        const PrivateSession session = OpenPrivateSession(clientId);
+        const ResponseText text =
+            RunPrivateCommand(*service, session.get(), FunctionNumber::GetWmiPropertyValue, PlatformIdRequest(), {});
+        JsonDocument response;
+        const bool parsed = text != nullptr && ParseJson(text.get(), response);
+        const wchar_t* const result = parsed ? FindResult(response) : nullptr;
+        if (result != nullptr)
+        {
+            platformId = result;
+        }
+        else
+        {
+            log.Error(PlatformIdFailed);
+        }
+    }
+    catch (...)
+    {
+        log.Error(PlatformIdFailed);
+    }
+    return platformId;
+}
+
+bool IHotKeyListener::listenerShouldRun(const std::set<std::wstring>& supportedBoardIds) const noexcept
+{
+    try
+    {
+        return supportedBoardIds.empty() || supportedBoardIds.contains(getPlatformId());
+    }
+    catch (...)
+    {
+        Shared::TextLog{logger}.Error(L"listenerShouldRun() Failed to verify listner running check.");
+        return false;
+    }
+}
+
+bool IHotKeyListener::Arm(const CompanionApp& app, const std::set<std::wstring>& supportedBoardIds,
+                          const std::vector<int>& hotkeyEventIds, void (*callback)(wchar_t*))
+{
+    const Shared::TextLog log{logger};
+    if (!listenerShouldRun(supportedBoardIds))
+    {
+        log.Warning(app.notSupported);
+        return false;
+    }
+
+    log.Info(app.isRunning);
+    isRunning = true;
+    for (const int id : hotkeyEventIds)
+    {
+        auto listener = std::make_shared<EventListner>(app.packageFamilyName, logger);
+        eventListeners[id] = listener;
+        listener->SetupListner(id, callback);
+    }
+    return true;
+}
+
+} // namespace Zv::Tessel::Server::Services::WMI

@@ -1,0 +1,18 @@
+#include "Services/WMI/ReadSetBiosSettingParamsJason.h"
+
+#include "Services/WMI/RecordReader.h"
+#include "Shared/TypeName.h"
+
+namespace Zv::Tessel::Server::Services::WMI
+{
+
+ReadSetBiosSettingParamsJason::ReadSetBiosSettingParamsJason(JsonDocument* document, const wchar_t* clientId)
+{
+    const RecordReader reader{document, Shared::StructName<ReadSetBiosSettingParamsJason>(),
+                              "ReadSetBiosSettingParamsJason", clientId};
+    name = reader.RequiredText(L"name", "name", SettingNameMissing);
+    value = reader.RequiredText(L"value", "value", SettingValueMissing);
+    password = reader.Password();
+}
+
+} // namespace Zv::Tessel::Server::Services::WMI

@@ -1,0 +1,105 @@
+// Handlers of the commands that query WMI, talk to the firmware's method class and change its settings.
+
+#include "Services/WMI/HandlerEdge.h"
+#include "Services/WMI/ReadBiosWmiCommandParamsJson.h"
+#include "Services/WMI/ReadGetWmiClassObjectTextParamsJason.h"
+#include "Services/WMI/ReadGetWmiPropertyValueParamsJason.h"
+#include "Services/WMI/ReadSetBiosSettingParamsJason.h"
+#include "Services/WMI/ReadSetBiosSystemDefaultsParamsJason.h"
+#include "Services/WMI/WMIService.h"
+#include "Services/WMI/WriteBiosWmiCommandReturnsJson.h"
+
+#include "Services/UtilHelper.h"
+#include "Shared/WMI/PublicWmi.h"
+#include "Shared/WMI/ZVBiosWmi.h"
+
+#include <memory>
+
+namespace Zv::Tessel::Server::Services::WMI
+{
+
+using Shared::WMI::PublicWmi;
+using Shared::WMI::ZVBiosWmi;
+
+int WMIService::ExecuteBiosWmiCommand(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept
+{
+    return AtHandlerEdge([=]() -> int {
+        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
+        {
+            return GeneralFailure;
+        }
+        const ReadBiosWmiCommandParamsJson params{request, logContext};
+        ZVBiosWmi biosWmi; // disconnects after the return buffer has gone, before the decoded input goes
+        std::unique_ptr<unsigned char[]> returnData;
+        if (params.returnDataSize != 0)
+        {
+            returnData = std::make_unique<unsigned char[]>(params.returnDataSize); // zeroed
+        }
+
+        std::uint32_t returnCode = 0;
+        const HRESULT hr =
+            biosWmi.ExecuteCommand(params.command, params.commandType, params.inputDataSize, params.decodedInput.get(),
+                                   params.returnDataSize, returnData.get(), returnCode, logContext);
+        if (FAILED(hr))
+        {
+            return GeneralFailure;
+        }
+        WriteBiosWmiCommandReturnsJson{response, returnCode, params.returnDataSize, returnData.get(), logContext};
+        return Success;
+    });
+}
+
+int WMIService::GetWmiPropertyValue(JsonDocument* request, JsonDocument* response, bool asArray,
+                                    const wchar_t* logContext) noexcept
+{
+    return AtHandlerEdge([=]() -> int {
+        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
+        {
+            return GeneralFailure;
+        }
+        const ReadGetWmiPropertyValueParamsJason params{request, logContext};
+        return PublicWmi{}.GetPropertyValue(params.property, params.wmiClass, params.filter, params.wmiNamespace,
+                                            asArray, *response, logContext);
+    });
+}
+
+int WMIService::SetBiosSetting(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept
+{
+    return AtHandlerEdge([=]() -> int {
+        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
+        {
+            return GeneralFailure;
+        }
+        const ReadSetBiosSettingParamsJason params{request, logContext};
+        return PublicWmi{}.SetBiosPublicWmi(false, params.name, params.value, params.password, *response, logContext);
+    });
+}
+
+int WMIService::SetBiosSystemDefaults(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept
+{
+    return AtHandlerEdge([=]() -> int {
+        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
+        {
+            return GeneralFailure;
+        }
+        const ReadSetBiosSystemDefaultsParamsJason params{request, logContext};
+        return PublicWmi{}.SetBiosPublicWmi(true, nullptr, nullptr, params.password, *response, logContext);
+    });
+}
+
+int WMIService::GetWmiClassObjectText(JsonDocument* request, JsonDocument* response, ProgressCallback progressCallback,
+                                      const wchar_t* logContext) noexcept
+{
+    return AtHandlerEdge([&]() -> int {
+        if (UtilHelper::NullChecker(
+                {{request, "request"}, {response, "response"}, {&progressCallback, "progressCallback"}}, logContext))
+        {
+            return GeneralFailure;
+        }
+        const ReadGetWmiClassObjectTextParamsJason params{request, logContext};
+        return PublicWmi{}.GetClassObjectText(params.wmiClass, params.filter, params.wmiNamespace, progressCallback,
+                                              logContext);
+    });
+}
+
+} // namespace Zv::Tessel::Server::Services::WMI
