@@ -1,0 +1,73 @@
+#include "Simulator/SystemProperties.h"
+
+#include "Simulator/ObjectPath.h"
+
+#include <algorithm>
+
+namespace Zv::Simulator
+{
+
+namespace
+{
+
+Value TextOrNull(std::wstring text)
+{
+    return text.empty() ? Value{} : Value{std::move(text)};
+}
+
+struct SystemProperty
+{
+    std::wstring_view name;
+    CIMTYPE type;
+    Value (*get)(const Object& object);
+};
+
+constexpr SystemProperty Properties[] = {
+    {L"__GENUS", CIM_SINT32,
+     [](const Object& object) -> Value {
+         return std::int64_t{object.isInstance ? WBEM_GENUS_INSTANCE : WBEM_GENUS_CLASS};
+     }},
+    {L"__CLASS", CIM_STRING, [](const Object& object) -> Value { return object.definition->name; }},
+    {L"__SUPERCLASS", CIM_STRING, [](const Object&) -> Value { return {}; }},
+    {L"__DYNASTY", CIM_STRING, [](const Object& object) -> Value { return object.definition->name; }},
+    {L"__RELPATH", CIM_STRING, [](const Object& object) { return TextOrNull(RelativePath(object)); }},
+    {L"__PROPERTY_COUNT", CIM_SINT32,
+     [](const Object& object) -> Value { return static_cast<std::int64_t>(object.values.size()); }},
+    {L"__DERIVATION", CIM_STRING | CIM_FLAG_ARRAY, [](const Object&) -> Value { return List{}; }},
+    {L"__SERVER", CIM_STRING, [](const Object& object) -> Value { return object.definition->server; }},
+    {L"__NAMESPACE", CIM_STRING, [](const Object& object) -> Value { return object.definition->nameSpace; }},
+    {L"__PATH", CIM_STRING, [](const Object& object) { return TextOrNull(FullPath(object)); }},
+};
+
+} // namespace
+
+bool IsSystemName(std::wstring_view name) noexcept
+{
+    return name.starts_with(L"__");
+}
+
+std::optional<SystemValue> FindSystemProperty(const Object& object, std::wstring_view name)
+{
+    const auto* const found =
+        std::ranges::find_if(Properties, [&](const SystemProperty& p) { return EqualNoCase(p.name, name); });
+    if (found == std::end(Properties))
+    {
+        return std::nullopt;
+    }
+    return SystemValue{found->name, found->type, found->get(object)};
+}
+
+const std::vector<std::wstring_view>& SystemPropertyNames()
+{
+    static const std::vector<std::wstring_view> names = [] {
+        std::vector<std::wstring_view> list;
+        for (const SystemProperty& property : Properties)
+        {
+            list.push_back(property.name);
+        }
+        return list;
+    }();
+    return names;
+}
+
+} // namespace Zv::Simulator

@@ -1,0 +1,28 @@
+// A thread that is waited for, but not for ever.
+#pragma once
+
+#include "Shared/Handle.h"
+
+#include <windows.h>
+
+#include <functional>
+
+namespace Zv::Simulator
+{
+
+// Runs the body on a thread of its own, joined to the multithreaded apartment. When the owner goes before the body has
+// ended the thread is left to itself: the body must own what it uses.
+class Worker
+{
+public:
+    // Throws std::system_error when the thread cannot be started. The body must not throw.
+    explicit Worker(std::function<void()> body);
+
+    // False when the body has not ended within the limit.
+    [[nodiscard]] bool WaitFor(DWORD milliseconds) const noexcept;
+
+private:
+    Tessel::Server::Shared::Handle m_thread;
+};
+
+} // namespace Zv::Simulator
