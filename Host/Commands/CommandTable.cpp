@@ -1,0 +1,17 @@
+#include "Host/Commands/CommandTable.h"
+
+namespace Zv::Host
+{
+
+std::vector<std::unique_ptr<Command>> MakeCommands()
+{
+    std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(MakeGetCommand());
+    commands.push_back(MakeTextCommand());
+    commands.push_back(MakeRunCommand());
+    commands.push_back(MakePackageCommand());
+    commands.push_back(MakeLaunchCommand());
+    return commands;
+}
+
+} // namespace Zv::Host

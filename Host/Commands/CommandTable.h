@@ -1,0 +1,21 @@
+// All subcommands, each in a file of its own.
+#pragma once
+
+#include "Host/Commands/Command.h"
+
+#include <memory>
+#include <vector>
+
+namespace Zv::Host
+{
+
+[[nodiscard]] std::unique_ptr<Command> MakeGetCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeTextCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeRunCommand();
+[[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();
+
+// In the order of --help.
+[[nodiscard]] std::vector<std::unique_ptr<Command>> MakeCommands();
+
+} // namespace Zv::Host

@@ -1,0 +1,107 @@
+#include "Host/Commands/CommandTable.h"
+#include "Host/Commands/ConsoleUser.h"
+#include "Host/Failure.h"
+#include "Host/Json.h"
+#include "Host/Utf.h"
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr char Footer[] = R"(Starts the program as the user who is signed in at the console, with that user's
+environment, in the package's folder. As the module's own launches do, it gives the
+program the arguments alone as its command line, behind a blank, or without arguments
+its path.
+
+On a simulated machine the launch is shown and not made, unless --launch-for-real is
+given and the package of the description names a program ("executable").
+
+Examples:
+  wmihost launch Lumashade.exe 7B3E90C4.Lumashade_k2x7m4qp9wt1d
+  wmihost launch ChimeboxUWP.exe 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d "21#0#24-03-05 14:07:09")";
+
+std::string JsonOf(const Simulator::StartedProcess& started)
+{
+    return JsonObject{}
+        .Add("application", ToUtf8(started.application))
+        .Add("commandLine", ToUtf8(started.commandLine))
+        .Add("folder", ToUtf8(started.directory))
+        .Add("program", ToUtf8(started.program))
+        .Add("processId", static_cast<int>(started.processId))
+        .Text();
+}
+
+std::string TextOf(const Simulator::StartedProcess& started)
+{
+    return "application   " + ToUtf8(started.application) + "\ncommand line  [" + ToUtf8(started.commandLine) +
+           "]\nfolder        " + ToUtf8(started.directory) + '\n' +
+           (started.program.empty()
+                ? "simulated"
+                : "running       " + ToUtf8(started.program) + ", process " + std::to_string(started.processId)) +
+           '\n';
+}
+
+class LaunchCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "launch"; }
+    [[nodiscard]] const char* Description() const noexcept override
+    {
+        return "Start a packaged app for the console user";
+    }
+
+    void Declare(CLI::App& parser) override
+    {
+        parser.add_option("ALIAS", m_alias, "File name of the app's execution alias")->required();
+        parser.add_option("FAMILY", m_family, "Package family name")->required();
+        parser.add_option("ARGUMENTS", m_arguments, "Arguments, as one text");
+        parser.add_flag("--launch-for-real", m_forReal, "Start the program that a simulated machine's package names");
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        if (m_forReal && environment.Options().simulateFile.empty())
+        {
+            throw Failure{ExitCode::BadInput,
+                          "wmihost launch: --launch-for-real goes with --simulate; see wmihost launch --help"};
+        }
+        environment.SetUserOptions({.launchForReal = m_forReal});
+        const ConsoleUser user{environment};
+        if (!user.Launcher().Run(ToUtf16(m_alias), ToUtf16(m_family), ToUtf16(m_arguments)))
+        {
+            user.Fail(m_alias + " of " + m_family + " was not started");
+        }
+        Console& output = environment.Output();
+        const bool json = environment.Options().json;
+        if (Simulation* const simulation = environment.Simulated())
+        {
+            for (const Simulator::StartedProcess& started : simulation->User().Started())
+            {
+                json ? output.WriteLine(JsonOf(started)) : output.Write(TextOf(started));
+            }
+        }
+        else
+        {
+            output.WriteLine(json ? "{}" : "started");
+        }
+        return ExitCode::Success;
+    }
+
+private:
+    std::string m_alias;
+    std::string m_family;
+    std::string m_arguments;
+    bool m_forReal = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeLaunchCommand()
+{
+    return std::make_unique<LaunchCommand>();
+}
+
+} // namespace Zv::Host

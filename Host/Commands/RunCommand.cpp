@@ -1,0 +1,158 @@
+#include "Host/Commands/CommandTable.h"
+#include "Host/Failure.h"
+#include "Host/Json.h"
+#include "Host/RequestText.h"
+#include "Host/ResultCodes.h"
+#include "Host/Utf.h"
+
+#include <array>
+#include <charconv>
+#include <optional>
+#include <string_view>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+using Zv::Tessel::Server::Services::FunctionNumber;
+
+struct NamedFunction
+{
+    std::string_view name;
+    FunctionNumber number;
+};
+
+constexpr std::array Functions = {
+    NamedFunction{"ExecuteBiosWmiCommand", FunctionNumber::ExecuteBiosWmiCommand},
+    NamedFunction{"RegisterBiosEventNotification", FunctionNumber::RegisterBiosEventNotification},
+    NamedFunction{"UnregisterBiosWmiEventNotification", FunctionNumber::UnregisterBiosWmiEventNotification},
+    NamedFunction{"GetWmiPropertyValue", FunctionNumber::GetWmiPropertyValue},
+    NamedFunction{"GetWmiPropertyValues", FunctionNumber::GetWmiPropertyValues},
+    NamedFunction{"SetBiosSetting", FunctionNumber::SetBiosSetting},
+    NamedFunction{"SetBiosSystemDefaults", FunctionNumber::SetBiosSystemDefaults},
+    NamedFunction{"GetWmiClassObjectText", FunctionNumber::GetWmiClassObjectText},
+};
+
+constexpr char Footer[] = R"(The request is JSON in UTF-8, or UTF-16 with a byte order mark; without a file it is {}.
+It reaches the module as it is, so that mistakes can be tried out, too.
+
+Progress texts are printed as they come, one line each; one that has line breaks is
+printed as a JSON string. The response follows in a line of its own. With --json each
+line is an object: {"progress":TEXT} ..., then {"code":N,"name":NAME,"response":RESPONSE}.
+
+Functions:
+  2    ExecuteBiosWmiCommand
+  4    RegisterBiosEventNotification (runs until it is stopped)
+  8    UnregisterBiosWmiEventNotification
+  16   GetWmiPropertyValue
+  32   GetWmiPropertyValues
+  64   SetBiosSetting
+  128  SetBiosSystemDefaults
+  256  GetWmiClassObjectText
+
+Examples:
+  wmihost run 16 request.json
+  wmihost run GetWmiClassObjectText - < request.json)";
+
+std::optional<unsigned int> ParseNumber(std::string_view text)
+{
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    const std::string_view digits = hexadecimal ? text.substr(2) : text;
+    unsigned int number = 0;
+    const auto [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
+    if (error != std::errc{} || end != digits.data() + digits.size())
+    {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::optional<unsigned int> ParseFunction(const std::string& text)
+{
+    for (const NamedFunction& function : Functions)
+    {
+        if (function.name == text)
+        {
+            return static_cast<unsigned int>(function.number);
+        }
+    }
+    return ParseNumber(text); // also one that the module refuses
+}
+
+std::string CheckFunction(const std::string& text)
+{
+    return ParseFunction(text) ? std::string{} : "\"" + text + "\" is neither a number nor the name of a function";
+}
+
+class RunCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "run"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Run any command with a JSON request"; }
+
+    void Declare(CLI::App& parser) override
+    {
+        parser.add_option("FUNCTION", m_function, "Number or name of the function")->required()->check(CheckFunction);
+        parser.add_option("REQUEST-FILE", m_requestFile, "File with the request; - reads standard input");
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        const unsigned int function = ParseFunction(m_function).value_or(0);
+        std::wstring request = m_requestFile.empty() ? L"{}" : DecodeRequest(ReadAll(m_requestFile), m_requestFile);
+        const bool json = environment.Options().json;
+        Console& output = environment.Output();
+
+        const Reply reply = environment.OpenSession().Execute(function, std::move(request), [&](std::string_view text) {
+            output.WriteLine(json ? JsonObject{}.Add("progress", text).Text() : ProgressLine(text));
+        });
+        PrintResponse(output, reply, json);
+        if (reply.code != 0)
+        {
+            // The response, which a failed command may have as well, has said it to programs.
+            output.WriteErrorLine(ErrorLine(reply.code, "function " + m_function, reply.problem));
+            return ExitCode::CommandFailed;
+        }
+        return ExitCode::Success;
+    }
+
+private:
+    static std::string ProgressLine(std::string_view text)
+    {
+        return text.find_first_of("\r\n") == std::string_view::npos ? std::string{text} : JsonString(text);
+    }
+
+    static void PrintResponse(Console& output, const Reply& reply, bool json)
+    {
+        if (json)
+        {
+            const ResultCodeInfo* const info = FindResultCode(reply.code);
+            output.WriteLine(JsonObject{}
+                                 .Add("code", reply.code)
+                                 .Add("hex", HexCode(reply.code))
+                                 .Add("name", info != nullptr ? info->name : "")
+                                 .AddJson("response", reply.response.value_or("null"))
+                                 .Text());
+        }
+        else if (reply.response)
+        {
+            output.WriteLine(*reply.response);
+        }
+    }
+
+    std::string m_function;
+    std::string m_requestFile;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeRunCommand()
+{
+    return std::make_unique<RunCommand>();
+}
+
+} // namespace Zv::Host

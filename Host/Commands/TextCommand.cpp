@@ -1,0 +1,83 @@
+#include "Host/Commands/CommandTable.h"
+#include "Host/Commands/QueryTarget.h"
+#include "Host/Failure.h"
+#include "Host/Json.h"
+#include "Host/ResultCodes.h"
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+using Zv::Tessel::Server::Services::FunctionNumber;
+
+constexpr char Footer[] = R"(Prints the text of each instance as WMI writes it (MOF), as soon as it is there. With
+--json: {"result":[TEXT, ...]}.
+
+Examples:
+  wmihost text Win32_BIOS
+  wmihost text Win32_Process --where "Name = 'services.exe'")";
+
+// MOF comes with the line ends of Windows and an empty line in front.
+std::string WithPlainLineEnds(std::string_view text)
+{
+    std::string plain{text};
+    std::erase(plain, '\r');
+    const std::size_t begin = plain.find_first_not_of('\n');
+    const std::size_t end = plain.find_last_not_of('\n');
+    return begin == std::string::npos ? std::string{} : plain.substr(begin, end + 1 - begin);
+}
+
+class TextCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "text"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Show the instances of a WMI class"; }
+
+    void Declare(CLI::App& parser) override
+    {
+        m_target.DeclareClass(parser);
+        m_target.DeclareOptions(parser);
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        const bool json = environment.Options().json;
+        Console& output = environment.Output();
+        std::string texts;
+        const Reply reply = environment.OpenSession().Execute(
+            FunctionNumber::GetWmiClassObjectText, m_target.Request().Text(), [&](std::string_view text) {
+                if (json)
+                {
+                    texts += (texts.empty() ? "" : ",") + JsonString(text);
+                }
+                else
+                {
+                    output.WriteLine(WithPlainLineEnds(text));
+                }
+            });
+        if (reply.code != 0)
+        {
+            throw CommandFailure{reply.code, ErrorLine(reply.code, m_target.Subject(reply.code, {}), reply.problem)};
+        }
+        if (json)
+        {
+            output.WriteLine(JsonObject{}.AddJson("result", '[' + texts + ']').Text());
+        }
+        return ExitCode::Success;
+    }
+
+private:
+    QueryTarget m_target;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeTextCommand()
+{
+    return std::make_unique<TextCommand>();
+}
+
+} // namespace Zv::Host

@@ -1,0 +1,59 @@
+// What a subcommand works with.
+#pragma once
+
+#include "Host/Console.h"
+#include "Host/LogOutput.h"
+#include "Host/Module.h"
+#include "Host/Session.h"
+#include "Host/Simulation.h"
+
+#include "Logging/Sinks.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace Zv::Host
+{
+
+// Options that go with every subcommand.
+struct GlobalOptions
+{
+    bool json = false;
+    std::optional<Logging::Level> log;
+    std::string modulePath;   // empty: beside the program
+    std::string simulateFile; // description of a machine; empty: this machine
+};
+
+// The service is loaded and the session started when they are first asked for, so that subcommands that need none
+// work without the module; they end in the opposite order.
+class Environment
+{
+public:
+    Environment(const GlobalOptions& options, Console& console);
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+    ~Environment() = default;
+
+    [[nodiscard]] const GlobalOptions& Options() const noexcept { return m_options; }
+    [[nodiscard]] Console& Output() const noexcept { return m_console; }
+
+    [[nodiscard]] Module& LoadedModule(); // throws Failure(ModuleMissing)
+    [[nodiscard]] Session& OpenSession(); // likewise
+
+    // How programs are started for the simulated user. To be set before the module is loaded.
+    void SetUserOptions(Simulator::UserSessionOptions options) { m_userOptions = std::move(options); }
+    // Null when the module works on this machine, or is not loaded yet.
+    [[nodiscard]] Simulation* Simulated() noexcept { return m_simulation ? &*m_simulation : nullptr; }
+
+private:
+    const GlobalOptions& m_options;
+    Console& m_console;
+    Simulator::UserSessionOptions m_userOptions;
+    std::optional<LogOutput> m_log;
+    std::optional<Module> m_module;
+    std::optional<Simulation> m_simulation;
+    std::optional<Session> m_session;
+};
+
+} // namespace Zv::Host

@@ -1,0 +1,26 @@
+// What wmihost ends with.
+#pragma once
+
+namespace Zv::Host
+{
+
+enum class ExitCode : int
+{
+    Success = 0,
+    CommandFailed = 1,  // the module returned a result code other than 0
+    BadInput = 2,       // the command line or a request cannot be used
+    ModuleMissing = 3,  // WMIService.dll cannot be loaded or gives no service
+    InputOutput = 4,    // a file or stream cannot be read or written
+    InternalError = 70, // out of memory, or an error in wmihost itself
+};
+
+// The text of the list in --help.
+inline constexpr char ExitCodeHelp[] = R"(Exit codes:
+  0   success
+  1   the module answered with a result code; standard error names it
+  2   the command line or the request cannot be used
+  3   the module cannot be loaded
+  4   a file or a stream cannot be read or written
+  70  out of memory, or an error in wmihost itself)";
+
+} // namespace Zv::Host

@@ -1,0 +1,23 @@
+// Status codes of WMI and COM that calls of the module fail with.
+#pragma once
+
+#include <span>
+
+namespace Zv::Host
+{
+
+struct HResultInfo
+{
+    unsigned int code;
+    const char* name;
+    const char* meaning; // short, fits behind the number in an error line
+    const char* advice;  // what to do
+};
+
+// In ascending order.
+[[nodiscard]] std::span<const HResultInfo> AllHResults() noexcept;
+
+// Null for a code that is not in the table.
+[[nodiscard]] const HResultInfo* FindHResult(unsigned int code) noexcept;
+
+} // namespace Zv::Host

@@ -1,0 +1,62 @@
+#include "Host/Module.h"
+
+#include "Host/Failure.h"
+#include "Host/SystemError.h"
+#include "Host/Utf.h"
+
+#include <string>
+#include <system_error>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+using Zv::Tessel::Server::Services::ZVCreateServiceFunction;
+using Zv::Tessel::Server::Services::ZVCreateServiceName;
+
+} // namespace
+
+Module::Module(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::filesystem::path fullPath = std::filesystem::absolute(path, error).make_preferred();
+    const std::string name = ToUtf8(fullPath.wstring());
+
+    // What the module needs is looked for beside it and in the system folder, nowhere else.
+    m_library.reset(
+        LoadLibraryExW(fullPath.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
+    if (!m_library)
+    {
+        throw Failure{ExitCode::ModuleMissing, "cannot load the module " + name + ": " +
+                                                   SystemErrorText(GetLastError()) + "; name it with --module PATH"};
+    }
+    void* const factory = reinterpret_cast<void*>(GetProcAddress(m_library.get(), ZVCreateServiceName));
+    if (factory == nullptr)
+    {
+        throw Failure{ExitCode::ModuleMissing, name + " is not the module: it does not export " + ZVCreateServiceName};
+    }
+    m_service.reset(reinterpret_cast<ZVCreateServiceFunction*>(factory)());
+    if (!m_service)
+    {
+        throw Failure{ExitCode::ModuleMissing, "the module " + name + " made no service"};
+    }
+}
+
+std::filesystem::path Module::DefaultPath()
+{
+    std::wstring program(MAX_PATH, L'\0');
+    for (;;)
+    {
+        const DWORD length = GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+        if (length < program.size())
+        {
+            program.resize(length);
+            return std::filesystem::path{program}.parent_path() / L"WMIService.dll";
+        }
+        program.resize(program.size() * 2);
+    }
+}
+
+} // namespace Zv::Host

@@ -1,0 +1,90 @@
+#include "Host/Session.h"
+
+#include "Host/Utf.h"
+
+#include <exception>
+#include <memory>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+using Zv::Tessel::Server::Services::FunctionNumber;
+using Zv::Tessel::Server::Services::ProgressCallback;
+using Zv::Tessel::Server::Services::ZVService;
+
+constexpr wchar_t ClientId[] = L"wmihost";
+
+// Gives a response back to the service that made it.
+class ResponseOwner
+{
+public:
+    explicit ResponseOwner(ZVService& service) noexcept : m_service{service} {}
+    ResponseOwner(const ResponseOwner&) = delete;
+    ResponseOwner& operator=(const ResponseOwner&) = delete;
+    ~ResponseOwner() { m_service.FreeBuffer(m_text); }
+
+    [[nodiscard]] wchar_t** Receive() noexcept { return &m_text; }
+    [[nodiscard]] const wchar_t* Get() const noexcept { return m_text; }
+
+private:
+    ZVService& m_service;
+    wchar_t* m_text = nullptr;
+};
+
+} // namespace
+
+Session::Session(ZVService& service) : m_service{service}, m_problems{ClientId}
+{
+    std::wstring clientId = ClientId;
+    m_service.StartSession(clientId.data(), &m_handle);
+}
+
+Session::~Session()
+{
+    m_service.EndSession(&m_handle);
+}
+
+Reply Session::Execute(unsigned int function, std::wstring request, const Progress& progress)
+{
+    // An exception must not pass through the module: it would become a result code there.
+    std::exception_ptr thrown;
+    const auto deliver = [&](wchar_t* text) {
+        try
+        {
+            if (progress && !thrown)
+            {
+                progress(ToUtf8(text));
+            }
+        }
+        catch (...)
+        {
+            thrown = std::current_exception();
+        }
+    };
+
+    m_problems.Forget();
+    ResponseOwner response{m_service};
+    Reply reply;
+    reply.code = m_service.ExecuteCommand(m_handle, function, request.data(), response.Receive(),
+                                          ProgressCallback{deliver}, nullptr);
+    if (thrown)
+    {
+        std::rethrow_exception(thrown);
+    }
+    if (response.Get() != nullptr)
+    {
+        reply.response = ToUtf8(response.Get());
+    }
+    reply.problem = m_problems.Problem();
+    return reply;
+}
+
+Reply Session::Execute(FunctionNumber function, std::string_view request, const Progress& progress)
+{
+    return Execute(static_cast<unsigned int>(function), ToUtf16(request), progress);
+}
+
+} // namespace Zv::Host

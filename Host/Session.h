@@ -1,0 +1,48 @@
+// A session with the service.
+#pragma once
+
+#include "Host/ProblemWatch.h"
+
+#include "Services/ZVService.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Zv::Host
+{
+
+// What a command answered, in UTF-8.
+struct Reply
+{
+    int code = 0;                        // a ResultCode
+    std::optional<std::string> response; // JSON; nothing where the module made none
+    std::string problem;                 // the last failed call that the module logged meanwhile, or empty
+};
+
+// Starts a session and ends it with its life. Runs one command at a time.
+class Session
+{
+public:
+    // Receives each progress text, in UTF-8.
+    using Progress = std::function<void(std::string_view)>;
+
+    explicit Session(Zv::Tessel::Server::Services::ZVService& service);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    ~Session();
+
+    // The request is changed by nobody, though the interface takes it as if it were. What `progress` throws leaves
+    // this call once the command has returned.
+    [[nodiscard]] Reply Execute(unsigned int function, std::wstring request, const Progress& progress = {});
+    [[nodiscard]] Reply Execute(Zv::Tessel::Server::Services::FunctionNumber function, std::string_view request,
+                                const Progress& progress = {});
+
+private:
+    Zv::Tessel::Server::Services::ZVService& m_service;
+    ProblemWatch m_problems;
+    void* m_handle = nullptr;
+};
+
+} // namespace Zv::Host

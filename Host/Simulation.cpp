@@ -1,0 +1,64 @@
+#include "Host/Simulation.h"
+
+#include "Host/Failure.h"
+#include "Host/RequestText.h"
+
+#include "Interception/ImportTable.h"
+
+#include <combaseapi.h>
+
+#include <atomic>
+#include <utility>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+// The machine that answers; set while a Simulation lives. The replaced import carries no context of its own.
+std::atomic<Simulator::Machine*> g_machine = nullptr;
+
+HRESULT WINAPI CreateSimulatedInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID iid, void** result)
+{
+    Simulator::Machine* const machine = g_machine;
+    return machine != nullptr ? machine->CreateInstance(classId, outer, context, iid, result)
+                              : CoCreateInstance(classId, outer, context, iid, result);
+}
+
+Simulator::Machine LoadMachine(const std::string& file)
+{
+    const std::string json = ReadAll(file);
+    try
+    {
+        return Simulator::Machine::Parse(json);
+    }
+    catch (const Simulator::DescriptionError& error)
+    {
+        throw Failure{ExitCode::BadInput, file + ": " + error.what()};
+    }
+}
+
+} // namespace
+
+Simulation::Simulation(const std::string& descriptionFile, Simulator::UserSessionOptions userOptions)
+    : m_machine{LoadMachine(descriptionFile)},
+      m_user{m_machine.GetDescription(), std::move(userOptions)}
+{
+    g_machine = &m_machine;
+}
+
+void Simulation::Attach(HMODULE module)
+{
+    m_redirection =
+        Interception::ImportTable{module}.Redirect("ole32.dll", "CoCreateInstance", &CreateSimulatedInstance);
+    m_user.Attach(module);
+}
+
+Simulation::~Simulation()
+{
+    m_redirection.Restore();
+    g_machine = nullptr;
+}
+
+} // namespace Zv::Host

@@ -1,0 +1,39 @@
+// A simulated machine in the place of this one.
+#pragma once
+
+#include "Interception/Redirection.h"
+#include "Simulator/Machine.h"
+#include "Simulator/UserSession.h"
+
+#include <windows.h>
+
+#include <string>
+
+namespace Zv::Host
+{
+
+// While it lives, the attached module's requests for WMI objects are answered by the machine that a description file
+// tells of, and those for the signed-in user, packages and processes by that machine's user session; nothing else of
+// the module is touched. One at a time. It must go before the module is unloaded.
+class Simulation
+{
+public:
+    // Throws Failure: InputOutput when the file cannot be read, BadInput with line and column when it is not valid.
+    Simulation(const std::string& descriptionFile, Simulator::UserSessionOptions userOptions);
+    Simulation(const Simulation&) = delete;
+    Simulation& operator=(const Simulation&) = delete;
+    ~Simulation();
+
+    // Once, before the module's own initialisation runs, so that what the module looks for then is simulated, too.
+    void Attach(HMODULE module);
+
+    [[nodiscard]] Simulator::Machine& Machine() noexcept { return m_machine; }
+    [[nodiscard]] Simulator::UserSession& User() noexcept { return m_user; }
+
+private:
+    Simulator::Machine m_machine;
+    Simulator::UserSession m_user;           // works on the machine's description
+    Interception::Redirection m_redirection; // last: undone before the machine goes
+};
+
+} // namespace Zv::Host
