@@ -1,0 +1,50 @@
+#include "Tests/Hotkeys/FreshModule.h"
+
+#include "Tests/Support/Module.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace Zv::Testing
+{
+
+namespace
+{
+
+HMODULE LoadCopy()
+{
+    static int copies = 0;
+    const std::filesystem::path folder = TestFolder() / "hotkeys";
+    std::filesystem::create_directories(folder);
+    std::error_code ignored;
+    if (copies == 0)
+    {
+        for (const auto& old : std::filesystem::directory_iterator{folder})
+        {
+            std::filesystem::remove(old, ignored); // what a running process uses stays
+        }
+    }
+    const std::filesystem::path copy =
+        folder / (std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++copies) + L".dll");
+    std::filesystem::copy_file(ModuleFolder() / "WMIService.dll", copy);
+    const HMODULE module = LoadLibraryW(copy.c_str());
+    if (module == nullptr)
+    {
+        throw std::runtime_error{"the copy of WMIService.dll does not load"};
+    }
+    return module;
+}
+
+} // namespace
+
+FreshModule::FreshModule() : m_module{LoadCopy()} {}
+
+Tessel::Server::Services::ZVService* FreshModule::CreateService() const
+{
+    using Tessel::Server::Services::ZVCreateServiceFunction;
+    const FARPROC factory = GetProcAddress(m_module, Tessel::Server::Services::ZVCreateServiceName);
+    return reinterpret_cast<ZVCreateServiceFunction*>(reinterpret_cast<void*>(factory))();
+}
+
+} // namespace Zv::Testing

@@ -1,0 +1,68 @@
+// What the module holds: heap blocks, kernel handles, joins of COM, impersonation.
+#pragma once
+
+#include "Shared/Lock.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Zv::Testing
+{
+
+// Things that are taken and given back, by address or handle.
+class Ledger
+{
+public:
+    void Taken(const void* thing, std::wstring note);
+    // Giving back what was not taken while the ledger ran (a block from before, say) changes nothing.
+    void Given(const void* thing);
+
+    // Forgets what `isGone` says was given back behind the ledger's back.
+    void ForgetIf(const std::function<bool(const void* thing)>& isGone);
+
+    [[nodiscard]] std::size_t Count() const;
+    // The notes of what is held, in the order in which it was taken.
+    [[nodiscard]] std::vector<std::wstring> Held() const;
+
+private:
+    struct Entry
+    {
+        std::size_t order;
+        std::wstring note;
+    };
+
+    mutable Tessel::Server::Shared::Lock m_lock;
+    std::size_t m_order = 0;                         // guarded by m_lock
+    std::unordered_map<const void*, Entry> m_things; // guarded by m_lock
+};
+
+struct Ledgers
+{
+    Ledger heap;
+    Ledger handles;
+    Ledger uuidTexts;                        // of UuidToStringW
+    std::atomic<int> comJoins = 0;           // CoInitializeEx that succeeded less CoUninitialize
+    std::atomic<int> impersonations = 0;     // ImpersonateLoggedOnUser that succeeded less RevertToSelf
+    std::atomic<int> accessedSafeArrays = 0; // SafeArrayAccessData less SafeArrayUnaccessData
+
+    // One line per kind of thing that is still held; empty when there is nothing.
+    [[nodiscard]] std::wstring Outstanding() const;
+};
+
+// Memory of COM's task allocator in the whole process, whoever asked for it: BSTRs, SAFEARRAYs, CoTaskMemAlloc.
+class ComMemory
+{
+public:
+    // Starts watching in this process, once; blocks from before are not counted.
+    static void Watch();
+    // Blocks that live now.
+    [[nodiscard]] static long Blocks();
+};
+
+} // namespace Zv::Testing

@@ -1,0 +1,61 @@
+#include "Tests/Support/Ledgers.h"
+
+#include <gtest/gtest.h>
+
+#include <oleauto.h>
+
+namespace
+{
+
+using Zv::Testing::ComMemory;
+using Zv::Testing::Ledger;
+using Zv::Testing::Ledgers;
+
+TEST(Ledger, HoldsWhatWasTakenAndNotGivenBack)
+{
+    Ledger ledger;
+    const int first = 0;
+    const int second = 0;
+    ledger.Taken(&first, L"first");
+    ledger.Taken(&second, L"second");
+    ledger.Given(&first);
+
+    EXPECT_EQ(ledger.Held(), std::vector<std::wstring>{L"second"});
+}
+
+TEST(Ledger, GivingBackSomethingFromBeforeIsNoMatter)
+{
+    Ledger ledger;
+    const int thing = 0;
+    ledger.Given(&thing);
+
+    EXPECT_EQ(ledger.Count(), 0u);
+}
+
+TEST(Ledgers, NameEachKindOfThingThatIsLeft)
+{
+    Ledgers ledgers;
+    EXPECT_EQ(ledgers.Outstanding(), L"");
+
+    ledgers.heap.Taken(&ledgers, L"12 bytes");
+    ledgers.comJoins = 1;
+    EXPECT_EQ(ledgers.Outstanding(), L"heap block: 12 bytes\njoins of COM not left: 1\n");
+}
+
+TEST(ComMemory, CountsBstrsAndArraysWhoeverMakesThem)
+{
+    ComMemory::Watch();
+    const long before = ComMemory::Blocks();
+
+    const BSTR text = SysAllocString(L"text");
+    EXPECT_EQ(ComMemory::Blocks(), before + 1);
+    SysFreeString(text);
+    EXPECT_EQ(ComMemory::Blocks(), before);
+
+    SAFEARRAY* const array = SafeArrayCreateVector(VT_UI1, 0, 16);
+    EXPECT_GT(ComMemory::Blocks(), before);
+    SafeArrayDestroy(array);
+    EXPECT_EQ(ComMemory::Blocks(), before);
+}
+
+} // namespace
