@@ -1,0 +1,168 @@
+// Each command of the module against the limit: the same COM calls without JSON.
+
+#include "Benchmarks/LimitClient.h"
+#include "Benchmarks/Report.h"
+#include "Benchmarks/Subject.h"
+
+#include <wincrypt.h>
+
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using namespace Zv::Benchmarks;
+
+constexpr double LargestRatio = 1.10;          // where data dominates
+constexpr double LargestExtraMicroseconds = 5; // where it does not
+
+std::wstring Base64(const std::vector<unsigned char>& bytes)
+{
+    DWORD length = 0;
+    const auto size = static_cast<DWORD>(bytes.size());
+    CryptBinaryToStringW(bytes.data(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr, &length);
+    std::wstring text(length, L'\0');
+    CryptBinaryToStringW(bytes.data(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, text.data(), &length);
+    text.resize(length);
+    return text;
+}
+
+std::wstring FirmwareRequest(std::size_t inputSize, std::size_t returnSize)
+{
+    std::wstring request = L"{\"command\":1,\"commandType\":255,\"inputDataSize\":" + std::to_wstring(inputSize) +
+                           L",\"returnDataSize\":" + std::to_wstring(returnSize);
+    if (inputSize != 0)
+    {
+        request += L",\"inputData\":\"" + Base64(std::vector<unsigned char>(inputSize, 0x5a)) + L"\"";
+    }
+    return request + L"}";
+}
+
+const std::wstring ItemRequest = LR"({"property":"Number","wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
+const std::wstring TextRequest = LR"({"wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
+
+// The same work on several threads at once, each an equal share of the operations.
+Work OnThreads(std::size_t count, Work work)
+{
+    if (count == 1)
+    {
+        return work;
+    }
+    return [count, work = std::move(work)](std::size_t operations) {
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            threads.emplace_back([&] { work((operations + count - 1) / count); });
+        }
+    };
+}
+
+Work Repeat(std::function<void()> operation)
+{
+    return [operation = std::move(operation)](std::size_t operations) {
+        for (std::size_t i = 0; i < operations; ++i)
+        {
+            operation();
+        }
+    };
+}
+
+struct Case
+{
+    std::string name;
+    std::function<void()> module;
+    std::function<void()> limit;
+    Aim aim;
+};
+
+void RunCases(Report& report, const std::vector<Case>& cases)
+{
+    for (const std::size_t threads : {std::size_t{1}, std::size_t{2}})
+    {
+        for (const Case& c : cases)
+        {
+            report.Add(Compare(c.name + (threads == 1 ? ", 1 thread" : ", 2 threads"),
+                               OnThreads(threads, Repeat(c.module)), OnThreads(threads, Repeat(c.limit)), {21, 1.2}),
+                       c.aim);
+        }
+    }
+}
+
+void FirmwareAndSettings(Report& report)
+{
+    auto machine = MakeMachine(1);
+    Subject subject{machine};
+    const LimitClient limit{machine};
+
+    std::vector<Case> cases;
+    for (const std::size_t size : {0U, 4U, 128U, 1024U, 4096U})
+    {
+        cases.push_back({"2, firmware command, " + std::to_string(size) + " bytes",
+                         [&, request = FirmwareRequest(size, size)] {
+                             subject.Run(FunctionNumber::ExecuteBiosWmiCommand, request);
+                         },
+                         [&, input = std::vector<unsigned char>(size, 0x5a), size] {
+                             static_cast<void>(limit.FirmwareCommand(input, size));
+                         },
+                         size == 4096 ? Aim{LargestRatio, {}}
+                         : size <= 4  ? Aim{{}, LargestExtraMicroseconds}
+                                      : Aim{}});
+    }
+    cases.push_back({"64, change a setting",
+                     [&] { subject.Run(FunctionNumber::SetBiosSetting, LR"({"name":"Fan","value":"Off"})"); },
+                     [&] { limit.Set(L"Fan", L"Off"); },
+                     {{}, LargestExtraMicroseconds}});
+    cases.push_back({"128, restore defaults",
+                     [&] { subject.Run(FunctionNumber::SetBiosSystemDefaults, L"{}"); },
+                     [&] { limit.Set(nullptr, nullptr); },
+                     {{}, LargestExtraMicroseconds}});
+    RunCases(report, cases);
+}
+
+void Queries(Report& report, std::size_t items)
+{
+    auto machine = MakeMachine(items);
+    Subject subject{machine};
+    const LimitClient limit{machine};
+    const Aim aim = items == 1 ? Aim{{}, LargestExtraMicroseconds} : items == 10000 ? Aim{LargestRatio, {}} : Aim{};
+    const std::string count = ", " + std::to_string(items) + " instances";
+
+    const auto readNumbers = [&] { limit.ReadProperty(L"Bench_Item", L"Number"); };
+    RunCases(report,
+             {
+                 {"16, property" + count, [&] { subject.Run(FunctionNumber::GetWmiPropertyValue, ItemRequest); },
+                  readNumbers, aim},
+                 {"32, properties" + count, [&] { subject.Run(FunctionNumber::GetWmiPropertyValues, ItemRequest); },
+                  readNumbers, aim},
+                 {"256, texts" + count, [&] { subject.Run(FunctionNumber::GetWmiClassObjectText, TextRequest); },
+                  [&] { limit.ReadTexts(L"Bench_Item"); }, aim},
+             });
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    try
+    {
+        Report report{"Commands: the module over a client that makes the same COM calls without JSON", argumentCount,
+                      arguments};
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED); // as a host does: joining COM is cheap from then on
+        FirmwareAndSettings(report);
+        for (const std::size_t items : {1U, 100U, 10000U})
+        {
+            Queries(report, items);
+        }
+        return report.Finish();
+    }
+    catch (const std::exception& failure)
+    {
+        std::cerr << failure.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,94 @@
+#include "Benchmarks/Report.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <utility>
+
+namespace Zv::Benchmarks
+{
+
+namespace
+{
+
+std::string Number(double value)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%.6g", value);
+    return text;
+}
+
+// Names are the programs' own: no character in them needs escaping.
+std::string Quoted(const std::string& text)
+{
+    return '"' + text + '"';
+}
+
+} // namespace
+
+Report::Report(std::string title, int argumentCount, char** arguments) : m_title{std::move(title)}
+{
+    for (int i = 1; i + 1 < argumentCount; ++i)
+    {
+        if (std::strcmp(arguments[i], "--json") == 0)
+        {
+            m_jsonFile = arguments[i + 1];
+        }
+    }
+    std::printf("%s\n", m_title.c_str());
+    std::fflush(stdout);
+}
+
+void Report::Add(const Comparison& comparison, const Aim& aim)
+{
+    const double extra = comparison.subject - comparison.reference;
+    std::string verdict;
+    if (aim.ratio)
+    {
+        verdict += std::string{comparison.ratio <= *aim.ratio ? "  meets " : "  MISSES "} + Number(*aim.ratio) + "x";
+    }
+    if (aim.extraMicroseconds)
+    {
+        verdict += std::string{extra <= *aim.extraMicroseconds ? "  meets " : "  MISSES "} + "+" +
+                   Number(*aim.extraMicroseconds) + " us";
+    }
+    std::printf("  %-44s %10.3f us  reference %10.3f us  +%8.3f us  ratio %6.3f (%.3f to %.3f)%s\n",
+                comparison.name.c_str(), comparison.subject, comparison.reference, extra, comparison.ratio,
+                comparison.lowRatio, comparison.highRatio, verdict.c_str());
+    std::fflush(stdout);
+    m_json.push_back("{\"name\":" + Quoted(comparison.name) + ",\"subject_us\":" + Number(comparison.subject) +
+                     ",\"reference_us\":" + Number(comparison.reference) + ",\"ratio\":" + Number(comparison.ratio) +
+                     ",\"ratio_low\":" + Number(comparison.lowRatio) +
+                     ",\"ratio_high\":" + Number(comparison.highRatio) + "}");
+}
+
+void Report::Add(const std::string& name, double value, const std::string& unit)
+{
+    std::printf("  %-44s %14s %s\n", name.c_str(), Number(value).c_str(), unit.c_str());
+    std::fflush(stdout);
+    m_json.push_back("{\"name\":" + Quoted(name) + ",\"value\":" + Number(value) + ",\"unit\":" + Quoted(unit) + "}");
+}
+
+int Report::Finish() const
+{
+    if (m_jsonFile.empty())
+    {
+        return 0;
+    }
+    std::ofstream file{m_jsonFile};
+    file << "{\"title\":" << Quoted(m_title) << ",\"figures\":[";
+    for (std::size_t i = 0; i < m_json.size(); ++i)
+    {
+        file << (i == 0 ? "\n" : ",\n") << m_json[i];
+    }
+    file << "\n]}\n";
+    file.flush();
+    if (!file)
+    {
+        std::fprintf(stderr, "cannot write %s\n", m_jsonFile.c_str());
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace Zv::Benchmarks

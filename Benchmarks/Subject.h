@@ -1,0 +1,50 @@
+// The module as a host uses it, on a simulated machine.
+#pragma once
+
+#include "Interception/ImportTable.h"
+#include "Services/ZVService.h"
+#include "Simulator/Machine.h"
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+
+namespace Zv::Benchmarks
+{
+
+using Tessel::Server::Services::FunctionNumber;
+using Tessel::Server::Services::ProgressCallback;
+using Tessel::Server::Services::ZVService;
+
+// A machine for benchmarks: firmware methods that answer with what they were given, a settings class, and a class
+// Bench_Item of so many instances with a number, a text and a flag.
+[[nodiscard]] Simulator::Machine MakeMachine(std::size_t items);
+
+// WMIService.dll beside the program, with a service and a session. One at a time: the import of CoCreateInstance is
+// redirected to its machine.
+class Subject
+{
+public:
+    explicit Subject(Simulator::Machine& machine);
+    Subject(const Subject&) = delete;
+    Subject& operator=(const Subject&) = delete;
+    ~Subject();
+
+    // Runs a command, which must return 0, and gives its response back. Returns the response's length.
+    std::size_t Run(FunctionNumber function, const std::wstring& request);
+    // The same whatever the command returns.
+    int RunAny(unsigned int function, const std::wstring& request, const ProgressCallback& callback = {});
+
+    [[nodiscard]] ZVService& Service() noexcept { return *m_service; }
+    [[nodiscard]] HMODULE Module() const noexcept { return m_module; }
+    [[nodiscard]] void* Session() const noexcept { return m_session; }
+
+private:
+    HMODULE m_module;
+    Interception::Redirection m_redirection;
+    std::unique_ptr<ZVService> m_service;
+    void* m_session = nullptr;
+};
+
+} // namespace Zv::Benchmarks

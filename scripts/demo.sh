@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the module and its host program, and shows them at work under Wine.
+# Fails when an act does not end as it should.
+#   usage: demo.sh
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/setup.sh
+
+zv_install_missing_packages
+zv_build --target wmihost
+
+act() {
+    printf '\n=== %s ===\n' "$*"
+}
+
+# show EXIT-CODE ARGUMENT...: runs wmihost with the arguments, its input being ours.
+show() {
+    local expected=$1 code=0
+    shift
+    local argument
+    printf '\n$ wmihost'
+    for argument in "$@"; do
+        [[ $argument == *' '* ]] && argument="\"$argument\""
+        printf ' %s' "$argument"
+    done
+    printf '\n'
+    wmihost "$@" 2>&1 || code=$?
+    if ((code != expected)); then
+        printf 'This should have ended with exit code %d, not %d.\n' "$expected" "$code" >&2
+        exit 1
+    fi
+}
+
+act "This machine's WMI: one value, every instance, whole objects"
+show 0 get Win32_BaseBoard Product </dev/null
+show 0 get Win32_OperatingSystem Caption </dev/null
+show 0 get Win32_Process Name --all </dev/null
+show 0 get Win32_Process ProcessId --where "Name = 'services.exe'" </dev/null
+show 0 text Win32_BIOS </dev/null
+
+act "The same as the module gives it to a program"
+printf '\nrequest: %s' '{"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"}'
+show 0 run 16 - <<<'{"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"}'
+show 0 --json get Win32_Process Name --all </dev/null
+
+act "One failure of each kind"
+show 1 get Win32_NoSuchClass Name </dev/null
+show 1 get Win32_BaseBoard NoSuchProperty </dev/null
+show 1 get Win32_BaseBoard Product --namespace 'root\nowhere' </dev/null
+show 1 get Win32_Process Name --where 'this is no filter' </dev/null
+show 1 run 3 - <<<'{}'
+show 1 run 16 - <<<'{"property":'
+show 1 run 16 - <<<'{"wmiClass":"Win32_BaseBoard"}'
+
+act "What the module says about a failure in its log"
+show 1 --log warning get Win32_BaseBoard Product --namespace 'root\nowhere' </dev/null
+
+act "A simulated notebook: a raw firmware command, which this machine could not answer"
+show 1 run 2 - <<<'{"command":131081,"commandType":1,"inputDataSize":0,"returnDataSize":4}'
+show 0 --simulate Simulator/machines/notebook.json \
+    run 2 - <<<'{"command":131081,"commandType":1,"inputDataSize":0,"returnDataSize":4}'
+show 0 --simulate Simulator/machines/notebook.json get Win32_BaseBoard Product </dev/null
