@@ -258,6 +258,9 @@ class ProgressCallbackArgument : public ProgressCallbackStorage
 public:
     ProgressCallbackArgument() noexcept = default;
     ProgressCallbackArgument(std::nullptr_t) noexcept {}
+    // Not trivial, and here for that reason: a class whose move and copy are trivial or deleted may travel as a copy of
+    // its bytes (GCC 12 does so), and that copy's last eight bytes would point into the object it was made from.
+    ProgressCallbackArgument(ProgressCallbackArgument&& other) noexcept : ProgressCallbackStorage() { MoveFrom(other); }
     ProgressCallbackArgument(const ProgressCallback& callback) : ProgressCallbackStorage() { CopyFrom(callback); }
     ProgressCallbackArgument(ProgressCallback&& callback) noexcept : ProgressCallbackStorage() { MoveFrom(callback); }
 

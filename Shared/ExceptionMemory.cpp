@@ -111,14 +111,6 @@ void Free(void* memory) noexcept
     }
 }
 
-void FreeThread(void* memory) noexcept
-{
-    if (memory != nullptr && !g_threads.GiveBack(memory))
-    {
-        std::free(memory);
-    }
-}
-
 // The thread-local slot of the record above.
 class ThreadKey
 {
@@ -143,11 +135,28 @@ public:
     [[nodiscard]] DWORD Get() const noexcept { return m_key; }
 
 private:
+    // Runs on the thread whose record it is. When the module is unloaded that is once before static objects go and,
+    // for what they raised meanwhile, once after: the slot must not keep what was freed.
+    static void FreeThread(void* memory) noexcept;
+
     DWORD m_key;
 };
 
 // There from the first to the last moment in which the module's code runs: other static objects may raise exceptions.
 [[gnu::init_priority(101)]] const ThreadKey g_threadKey;
+
+void ThreadKey::FreeThread(void* memory) noexcept
+{
+    if (memory == nullptr)
+    {
+        return;
+    }
+    TlsSetValue(g_threadKey.Get(), nullptr);
+    if (!g_threads.GiveBack(memory))
+    {
+        std::free(memory);
+    }
+}
 
 // Exceptions come and go between two calls whose error code is of interest.
 class LastErrorKeeper

@@ -2,13 +2,18 @@
 
 #include "Tests/Support/ModuleTest.h"
 
+#include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 
 namespace
 {
 
 using namespace Zv::Testing;
+using Zv::Tessel::Server::Services::ProgressCallbackArgument;
+using Zv::Tessel::Server::Services::ProgressCallbackGuard;
 
 struct Path
 {
@@ -102,6 +107,28 @@ INSTANTIATE_TEST_SUITE_P(EveryWayOut, CallbackOnPath,
                                     (std::get<1>(parameter.param) == CountingCallback::Place::InRoom ? "InRoom"
                                                                                                      : "OnHeap");
                          });
+
+// Takes the callback as the module does, and tells whether its implementation lies inside of it.
+bool LiesInTheArgument(ProgressCallbackArgument callback)
+{
+    const ProgressCallbackGuard guard{callback};
+    std::uintptr_t implementation = 0;
+    std::memcpy(&implementation, reinterpret_cast<const char*>(&callback) + CountingCallback::RoomSize,
+                sizeof implementation);
+    return implementation - reinterpret_cast<std::uintptr_t>(&callback) < CountingCallback::RoomSize;
+}
+
+TEST(CallbackOfASmallTarget, LiesInsideTheObjectThatTheModuleIsGiven)
+{
+    bool (*volatile const call)(ProgressCallbackArgument) = &LiesInTheArgument;
+    int calls = 0;
+    const auto target = [&calls](wchar_t*) { ++calls; };
+    ProgressCallback callback{target};
+
+    EXPECT_TRUE(call(target));
+    EXPECT_TRUE(call(callback));
+    EXPECT_TRUE(call(std::move(callback)));
+}
 
 TEST_F(Callback, MayBeEmptyOnEveryPath)
 {
