@@ -1,6 +1,7 @@
 #include "Host/Console.h"
 
 #include "Host/Failure.h"
+#include "Host/OutputFile.h"
 #include "Host/SystemError.h"
 #include "Host/Utf.h"
 
@@ -18,7 +19,7 @@ Console::Stream::Stream(DWORD standardHandle) noexcept : m_handle{GetStdHandle(s
 
 bool Console::Stream::Write(std::string_view text)
 {
-    return m_isConsole ? WriteToConsole(text) : WriteBytes(text);
+    return m_isConsole ? WriteToConsole(text) : WriteBytes(m_handle, text);
 }
 
 bool Console::Stream::WriteToConsole(std::string_view text)
@@ -40,21 +41,6 @@ bool Console::Stream::WriteToConsole(std::string_view text)
             return false;
         }
         left.remove_prefix(written);
-    }
-    return true;
-}
-
-bool Console::Stream::WriteBytes(std::string_view text) noexcept
-{
-    while (!text.empty())
-    {
-        DWORD written = 0;
-        const auto portion = static_cast<DWORD>(std::min<std::size_t>(text.size(), 1U << 20));
-        if (WriteFile(m_handle, text.data(), portion, &written, nullptr) == FALSE || written == 0)
-        {
-            return false;
-        }
-        text.remove_prefix(written);
     }
     return true;
 }

@@ -35,7 +35,6 @@ private:
 
     private:
         [[nodiscard]] bool WriteToConsole(std::string_view text);
-        [[nodiscard]] bool WriteBytes(std::string_view text) noexcept;
 
         HANDLE m_handle;
         bool m_isConsole = false;

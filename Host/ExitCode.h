@@ -7,11 +7,12 @@ namespace Zv::Host
 enum class ExitCode : int
 {
     Success = 0,
-    CommandFailed = 1,  // the module returned a result code other than 0
-    BadInput = 2,       // the command line or a request cannot be used
-    ModuleMissing = 3,  // WMIService.dll cannot be loaded or gives no service
-    InputOutput = 4,    // a file or stream cannot be read or written
-    InternalError = 70, // out of memory, or an error in wmihost itself
+    CommandFailed = 1,   // the module returned a result code other than 0
+    BadInput = 2,        // the command line or a request cannot be used
+    ModuleMissing = 3,   // WMIService.dll cannot be loaded or gives no service
+    InputOutput = 4,     // a file or stream cannot be read or written
+    FirmwareRefused = 7, // the firmware answered with a code other than 0, or without the bytes asked for
+    InternalError = 70,  // out of memory, or an error in wmihost itself
 };
 
 // The text of the list in --help.
@@ -21,6 +22,7 @@ inline constexpr char ExitCodeHelp[] = R"(Exit codes:
   2   the command line or the request cannot be used
   3   the module cannot be loaded
   4   a file or a stream cannot be read or written
+  7   the firmware refused, with a return code that is printed, or sent no bytes
   70  out of memory, or an error in wmihost itself)";
 
 } // namespace Zv::Host

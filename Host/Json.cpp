@@ -16,6 +16,11 @@ JsonObject& JsonObject::Add(std::string_view key, int number)
     return AddJson(key, std::to_string(number));
 }
 
+JsonObject& JsonObject::Add(std::string_view key, unsigned int number)
+{
+    return AddJson(key, std::to_string(number));
+}
+
 JsonObject& JsonObject::AddJson(std::string_view key, std::string_view json)
 {
     m_members += m_members.empty() ? "" : ",";

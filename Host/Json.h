@@ -18,6 +18,7 @@ class JsonObject
 public:
     JsonObject& Add(std::string_view key, std::string_view text);
     JsonObject& Add(std::string_view key, int number);
+    JsonObject& Add(std::string_view key, unsigned int number);
     JsonObject& AddJson(std::string_view key, std::string_view json); // json: one valid JSON text
 
     [[nodiscard]] std::string Text() const { return '{' + m_members + '}'; }

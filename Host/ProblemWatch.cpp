@@ -31,9 +31,10 @@ std::string ProblemWatch::Problem() const
 void ProblemWatch::Keep(const Logging::LogLine& line, void* self) noexcept
 {
     auto& watch = *static_cast<ProblemWatch*>(self);
-    const bool isFailure =
-        line.level == Logging::Level::Error ||
-        std::wstring_view{line.text, line.length}.find(L"failed on function ") != std::wstring_view::npos;
+    const std::wstring_view text{line.text, line.length};
+    const bool isFailure = line.level == Logging::Level::Error ||
+                           text.find(L"failed on function ") != std::wstring_view::npos ||
+                           text.find(L"return data") != std::wstring_view::npos;
     if (!isFailure || line.context == nullptr || watch.m_clientId != line.context)
     {
         return;
@@ -41,7 +42,7 @@ void ProblemWatch::Keep(const Logging::LogLine& line, void* self) noexcept
     try
     {
         const std::lock_guard held{watch.m_mutex};
-        watch.m_text.assign(line.text, line.length);
+        watch.m_text.assign(text);
     }
     catch (const std::bad_alloc&)
     {

@@ -9,8 +9,8 @@
 namespace Zv::Host
 {
 
-// Keeps the last failed call or error that the module logged for one of its clients. Its other warnings are about the
-// request, which result codes name well enough.
+// Keeps the last failed call or error that the module logged for one of its clients, or that the firmware's bytes did
+// not come. Its other warnings are about the request, which result codes name well enough.
 class ProblemWatch
 {
 public:

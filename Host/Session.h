@@ -18,7 +18,7 @@ struct Reply
 {
     int code = 0;                        // a ResultCode
     std::optional<std::string> response; // JSON; nothing where the module made none
-    std::string problem;                 // the last failed call that the module logged meanwhile, or empty
+    std::string problem;                 // what ProblemWatch kept of the module's log meanwhile, or empty
 };
 
 // Starts a session and ends it with its life. Runs one command at a time.

@@ -8,6 +8,7 @@ std::vector<std::unique_ptr<Command>> MakeCommands()
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(MakeGetCommand());
     commands.push_back(MakeTextCommand());
+    commands.push_back(MakeFirmwareCommand());
     commands.push_back(MakeRunCommand());
     commands.push_back(MakePackageCommand());
     commands.push_back(MakeLaunchCommand());

@@ -1,12 +1,12 @@
 #include "Host/Commands/CommandTable.h"
 #include "Host/Failure.h"
 #include "Host/Json.h"
+#include "Host/Numbers.h"
 #include "Host/RequestText.h"
 #include "Host/ResultCodes.h"
 #include "Host/Utf.h"
 
 #include <array>
-#include <charconv>
 #include <optional>
 #include <string_view>
 
@@ -56,20 +56,6 @@ Examples:
   wmihost run 16 request.json
   wmihost run GetWmiClassObjectText - < request.json)";
 
-std::optional<unsigned int> ParseNumber(std::string_view text)
-{
-    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    const std::string_view digits = hexadecimal ? text.substr(2) : text;
-    unsigned int number = 0;
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
-    if (error != std::errc{} || end != digits.data() + digits.size())
-    {
-        return std::nullopt;
-    }
-    return number;
-}
-
 std::optional<unsigned int> ParseFunction(const std::string& text)
 {
     for (const NamedFunction& function : Functions)
@@ -79,7 +65,7 @@ std::optional<unsigned int> ParseFunction(const std::string& text)
             return static_cast<unsigned int>(function.number);
         }
     }
-    return ParseNumber(text); // also one that the module refuses
+    return ParseUnsigned(text); // also one that the module refuses
 }
 
 std::string CheckFunction(const std::string& text)

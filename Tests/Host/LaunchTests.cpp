@@ -24,8 +24,7 @@ constexpr char Chimebox[] = "7B3E90C4.Chimeboxes_k2x7m4qp9wt1d";
 
 Outcome RunOnNotebook(std::vector<std::string> arguments)
 {
-    arguments.insert(arguments.end(), {"--simulate", ZV_MACHINES "/notebook.json"});
-    return RunHost(arguments);
+    return RunSimulated("notebook", std::move(arguments));
 }
 
 // A machine with a session and packages alone.

@@ -114,6 +114,12 @@ Outcome RunHost(const std::vector<std::string>& arguments, std::string_view inpu
     return RunProgram(HostFolder() / "wmihost.exe", arguments, input);
 }
 
+Outcome RunSimulated(const std::string& machine, std::vector<std::string> arguments, std::string_view input)
+{
+    arguments.insert(arguments.end(), {"--simulate", ZV_MACHINES "/" + machine + ".json"});
+    return RunHost(arguments, input);
+}
+
 std::filesystem::path HostFolder()
 {
     const std::filesystem::path ownFolder = Host::Module::DefaultPath().parent_path();

@@ -26,6 +26,10 @@ struct Outcome
 // The wmihost.exe that was built with this test.
 [[nodiscard]] Outcome RunHost(const std::vector<std::string>& arguments, std::string_view input = {});
 
+// The same on a machine of Simulator/machines, such as "notebook".
+[[nodiscard]] Outcome RunSimulated(const std::string& machine, std::vector<std::string> arguments,
+                                   std::string_view input = {});
+
 // The folder of wmihost.exe and the module.
 [[nodiscard]] std::filesystem::path HostFolder();
 

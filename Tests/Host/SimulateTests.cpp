@@ -12,8 +12,7 @@ namespace
 
 Outcome RunOnNotebook(std::vector<std::string> arguments, std::string_view input = {})
 {
-    arguments.insert(arguments.end(), {"--simulate", ZV_MACHINES "/notebook.json"});
-    return RunHost(arguments, input);
+    return RunSimulated("notebook", std::move(arguments), input);
 }
 
 TEST(HostSimulate, ReadsTheSimulatedMachine)
