@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string_view>
 
 // How Microsoft's compiler throws on x64: an SEH exception whose parameters are a magic number, the address of the
@@ -87,17 +88,10 @@ public:
     // Null when the object is none.
     [[nodiscard]] const MicrosoftStandardException* AsStandardException() const noexcept
     {
-        const auto* const types = At<MicrosoftCatchableTypes>(m_info->catchableTypes);
-        for (std::int32_t i = 0; i < types->count; ++i)
-        {
-            const auto* const type = At<MicrosoftCatchableType>(types->types[i]);
-            if (std::string_view{At<MicrosoftTypeDescriptor>(type->typeDescriptor)->name} == ".?AVexception@std@@")
-            {
-                return reinterpret_cast<const MicrosoftStandardException*>(Base(*type));
-            }
-        }
-        return nullptr;
+        return static_cast<const MicrosoftStandardException*>(As(".?AVexception@std@@"));
     }
+
+    [[nodiscard]] const int* AsInt() const noexcept { return static_cast<const int*>(As(".H")); }
 
     void Destroy() const noexcept
     {
@@ -112,6 +106,21 @@ private:
     [[nodiscard]] const T* At(std::int32_t offset) const noexcept
     {
         return reinterpret_cast<const T*>(m_image + static_cast<std::uint32_t>(offset));
+    }
+
+    // The object as what can be caught under a decorated type name, null when it cannot.
+    [[nodiscard]] const void* As(std::string_view typeName) const noexcept
+    {
+        const auto* const types = At<MicrosoftCatchableTypes>(m_info->catchableTypes);
+        for (std::int32_t i = 0; i < types->count; ++i)
+        {
+            const auto* const type = At<MicrosoftCatchableType>(types->types[i]);
+            if (At<MicrosoftTypeDescriptor>(type->typeDescriptor)->name == typeName)
+            {
+                return Base(*type);
+            }
+        }
+        return nullptr;
     }
 
     [[nodiscard]] const unsigned char* Base(const MicrosoftCatchableType& type) const noexcept
@@ -152,6 +161,7 @@ struct ZvGuardedCall
     bool caught = false;
     bool standard = false;
     std::unique_ptr<char[]> text; // of a standard exception; null: there was no memory for it
+    std::optional<int> number;    // the int that was thrown
     ThrownObject thrown;
 };
 
@@ -225,6 +235,10 @@ LONG ZvFilterException(EXCEPTION_POINTERS* exception, ZvGuardedCall* const* fram
         call.standard = true;
         call.text = Copy(standard->table->what(standard));
     }
+    else if (const int* const number = call.thrown.AsInt())
+    {
+        call.number = *number;
+    }
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
@@ -246,6 +260,10 @@ void CallGuarded(void (*function)(void* argument), void* argument)
     if (ZvCallGuarded(function, argument, &call) == 0)
     {
         return;
+    }
+    if (call.number)
+    {
+        throw *call.number;
     }
     if (!call.standard)
     {

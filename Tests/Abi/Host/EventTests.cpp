@@ -210,6 +210,18 @@ ABI_TEST(Registration, LogsTheTextOfEveryStandardExceptionAndGoesOn)
     CloseHandle(called);
 }
 
+ABI_TEST(Registration, EndsWithTheIntegerThatItsCallbackThrows)
+{
+    static constexpr void (*throws[])() = {&ThrowNumber};
+    FirmwareEvents firmware;
+    Session session;
+    Registration registration{session, Script{throws, nullptr}};
+    firmware.Raise(1, 0);
+    CHECK_EQUAL(ThrownNumber, registration.Join(L"{}"));
+    CHECK_EQUAL(0, registration.counts.alive);
+    CHECK_EQUAL(0, Local::alive);
+}
+
 ABI_TEST(Registration, EndsWithAGeneralFailureWhenAnythingElseIsThrown)
 {
     static constexpr void (*throws[])() = {&ThrowOther};

@@ -74,7 +74,7 @@ void ThrowOther()
 void ThrowNumber()
 {
     const Local local;
-    throw 5; // not a result code of the module's
+    throw ThrownNumber;
 }
 
 void ThrowPointer()

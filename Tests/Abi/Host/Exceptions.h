@@ -74,6 +74,8 @@ public:
     explicit Virtual(const char* text) : std::runtime_error{text} {}
 };
 
+inline constexpr int ThrownNumber = 5; // not a result code of the module's
+
 [[noreturn]] void ThrowStandard();
 [[noreturn]] void ThrowDisplaced();
 [[noreturn]] void ThrowVirtual();
