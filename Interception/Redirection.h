@@ -42,6 +42,8 @@ public:
     }
 
     void Restore() noexcept;
+    // Leaves the slots as they are for good.
+    void Keep() noexcept { m_entries.clear(); }
 
 private:
     struct Entry

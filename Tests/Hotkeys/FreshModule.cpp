@@ -1,5 +1,6 @@
 #include "Tests/Hotkeys/FreshModule.h"
 
+#include "Tests/Support/GuardHeap.h"
 #include "Tests/Support/Module.h"
 
 #include <filesystem>
@@ -38,7 +39,10 @@ HMODULE LoadCopy()
 
 } // namespace
 
-FreshModule::FreshModule() : m_module{LoadCopy()} {}
+FreshModule::FreshModule() : m_module{LoadCopy()}
+{
+    GuardHeap::GuardIfAsked(m_module);
+}
 
 Tessel::Server::Services::ZVService* FreshModule::CreateService() const
 {

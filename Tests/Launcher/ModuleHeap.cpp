@@ -1,6 +1,7 @@
 #include "Tests/Launcher/ModuleHeap.h"
 
 #include "Interception/ImportTable.h"
+#include "Tests/Support/GuardHeap.h"
 
 #include <cstdint>
 #include <cstring>
@@ -38,6 +39,11 @@ void FreeOfProgram(void* block)
         g_region.ledgers->heap.Given(block);
         HeapFree(g_region.heap, 0, block);
     }
+    else if (g_region.ledgers != nullptr && GuardHeap::IsLive(block))
+    {
+        g_region.ledgers->heap.Given(block);
+        g_free(block);
+    }
     else
     {
         g_free(block);
@@ -62,6 +68,11 @@ ModuleHeap::ModuleHeap(PlatformCalls& calls, Ledgers& ledgers) : m_heap{HeapCrea
         throw std::system_error{static_cast<int>(GetLastError()), std::system_category()};
     }
     WatchProgram();
+    if (GuardHeap::IsOn())
+    {
+        g_region.ledgers = &ledgers; // a heap apart it is already
+        return;
+    }
     MEMORY_BASIC_INFORMATION memory{};
     VirtualQuery(m_heap, &memory, sizeof memory);
     g_region = {m_heap, &ledgers, reinterpret_cast<std::uintptr_t>(memory.AllocationBase)};

@@ -1,125 +1,61 @@
-// The module's memory when a host unloads it.
+// The module gives its memory back once when it is unloaded. Each case is a process of its own, on a guarded heap.
 
-#include "Interception/ImportTable.h"
+#include "Tests/Support/GuardHeap.h"
 #include "Tests/Support/Module.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdlib>
-#include <memory>
+#include <thread>
 
 namespace
 {
 
 using namespace Zv::Testing;
 
-// Blocks that the module gave back and nobody was given since. Fixed memory: the functions below are called by an
-// allocator's users on the test's only thread.
-class FreedBlocks
+// A request without members: the record's constructor throws inside the module.
+void RaiseAndCatchInTheModule(const Module& module)
 {
-public:
-    void Given(const void* block) noexcept
-    {
-        for (const void*& freed : m_blocks)
+    const Service service{module};
+    Session session{service.Get()};
+    Run(service.Get(), session.Get(), 16, L"{}");
+}
+
+// Ends with 0 when nothing was freed twice.
+template <class Act>
+void ExpectCleanUnload(Act act)
+{
+    const auto run = [act] {
+        SetEnvironmentVariableW(L"ZV_GUARD_HEAP", L"overrun");
         {
-            if (freed == block)
-            {
-                freed = nullptr;
-            }
+            const Module module;
+            act(module);
         }
-    }
-
-    void Freed(const void* block) noexcept
-    {
-        const void** room = nullptr;
-        for (const void*& freed : m_blocks)
-        {
-            if (freed == block)
-            {
-                ++m_freedTwice;
-                return;
-            }
-            if (freed == nullptr)
-            {
-                room = &freed;
-            }
-        }
-        if (room != nullptr)
-        {
-            *room = block;
-            ++m_count;
-        }
-    }
-
-    [[nodiscard]] int FreedTwice() const noexcept { return m_freedTwice; }
-    [[nodiscard]] int Count() const noexcept { return m_count; }
-
-private:
-    std::array<const void*, 4096> m_blocks{};
-    int m_freedTwice = 0;
-    int m_count = 0;
-};
-
-FreedBlocks g_freed;
-
-void* Malloc(std::size_t size)
-{
-    void* const block = std::malloc(size);
-    g_freed.Given(block);
-    return block;
+        std::_Exit(GetModuleHandleW(L"WMIService.dll") == nullptr && GuardHeap::Allocations() > 0 ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
 }
 
-void* Realloc(void* block, std::size_t size)
+TEST(UnloadDeathTest, AfterAnExceptionOnTheThreadThatUnloads)
 {
-    void* const moved = std::realloc(block, size);
-    g_freed.Given(moved);
-    return moved;
+    ExpectCleanUnload(&RaiseAndCatchInTheModule);
 }
 
-void Free(void* block)
+TEST(UnloadDeathTest, AfterAnExceptionOnAThreadThatHasEnded)
 {
-    const int before = g_freed.FreedTwice();
-    if (block != nullptr)
-    {
-        g_freed.Freed(block);
-    }
-    if (g_freed.FreedTwice() == before)
-    {
-        std::free(block);
-    }
+    ExpectCleanUnload([](const Module& module) { std::thread{RaiseAndCatchInTheModule, std::cref(module)}.join(); });
 }
 
-// Without an owner that puts the entry back: the table goes with the module.
-void Replace(HMODULE module, const char* function, void* replacement)
+TEST(UnloadDeathTest, AfterAnExceptionOnAThreadThatGoesOn)
 {
-    for (void** const slot : Zv::Interception::ImportTable{module}.Find(nullptr, function))
-    {
-        DWORD protection = 0;
-        ASSERT_TRUE(VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection));
-        *slot = replacement;
-        VirtualProtect(slot, sizeof *slot, protection, &protection);
-    }
-}
-
-TEST(Unloading, GivesNoMemoryBackTwice)
-{
-    auto module = std::make_unique<Module>();
-    Replace(module->Handle(), "malloc", reinterpret_cast<void*>(&Malloc));
-    Replace(module->Handle(), "realloc", reinterpret_cast<void*>(&Realloc));
-    Replace(module->Handle(), "free", reinterpret_cast<void*>(&Free));
-    {
-        const Service service{*module};
-        const Session session{service.Get()};
-        ASSERT_EQ(Zv::Testing::Run(service.Get(), session.Get(), 256, L"{}").code, 0x2000000e)
-            << "an exception inside the module";
-    }
-
-    module.reset();
-
-    EXPECT_EQ(GetModuleHandleW(L"WMIService.dll"), nullptr);
-    EXPECT_GT(g_freed.Count(), 0);
-    EXPECT_EQ(g_freed.FreedTwice(), 0);
+    ExpectCleanUnload([](const Module& module) {
+        const HANDLE raised = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        std::thread{[&module, raised] {
+            RaiseAndCatchInTheModule(module);
+            SetEvent(raised);
+            Sleep(INFINITE);
+        }}.detach();
+        WaitForSingleObject(raised, INFINITE);
+    });
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "Tests/Support/Module.h"
 
+#include "Tests/Support/GuardHeap.h"
+
 #include <stdexcept>
 
 namespace Zv::Testing
@@ -31,6 +33,7 @@ Module::Module() : m_module{LoadLibraryW((ModuleFolder() / L"WMIService.dll").c_
     {
         throw std::runtime_error{"WMIService.dll does not load, error " + std::to_string(GetLastError())};
     }
+    GuardHeap::GuardIfAsked(m_module);
 }
 
 Module::~Module()

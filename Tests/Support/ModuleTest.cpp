@@ -3,6 +3,7 @@
 #include "Interception/ImportTable.h"
 #include "Logging/Logging.h"
 #include "Tests/FakeLogging/FakeLogging.h"
+#include "Tests/Support/GuardHeap.h"
 
 #include <objbase.h>
 
@@ -71,7 +72,8 @@ Reply ModuleTest::Run(unsigned int function, const wchar_t* request)
 void ModuleTest::ForgetException()
 {
     const auto heap = reinterpret_cast<HANDLE>(_get_heap_handle());
-    ledgers.heap.ForgetIf([heap](const void* block) { return !HeapValidate(heap, 0, block); });
+    ledgers.heap.ForgetIf(
+        [heap](const void* block) { return !GuardHeap::IsLive(block) && !HeapValidate(heap, 0, block); });
 }
 
 void ModuleTest::Shutdown()
