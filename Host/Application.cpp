@@ -102,13 +102,36 @@ public:
             return "there is no subcommand \"" + left.front() + "\", only" + CommandNames() + "; see wmihost --help";
         }
         const std::string program = ProgramAndCommand();
-        return program + ": " + error.what() + "; see " + program + " --help";
+        return program + ": " + Mistake(error) + "; see " + program + " --help";
     }
 
     [[nodiscard]] std::string Help() const { return m_app.help(); }
     [[nodiscard]] const GlobalOptions& Options() const noexcept { return m_options; }
 
 private:
+    // The library's words, unless they would show a text that may be a password.
+    [[nodiscard]] std::string Mistake(const CLI::ParseError& error) const
+    {
+        const bool isSecret = std::ranges::any_of(m_commands, [this](const auto& command) {
+            return command->TakesSecrets() && m_app.got_subcommand(command->Name());
+        });
+        if (isSecret && dynamic_cast<const CLI::ConversionError*>(&error) != nullptr)
+        {
+            return "a flag takes no value";
+        }
+        if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr)
+        {
+            return error.what();
+        }
+        // Only the first, and of an option its name: what follows may belong to it.
+        const std::vector<std::string> left = m_app.remaining(true);
+        const std::string first = left.empty() ? "" : left.front();
+        const bool isOption = first.starts_with('-');
+        return isSecret && !isOption ? "an argument was not expected; it is not shown, since it may be a password"
+                                     : "The following argument was not expected: " +
+                                           (isOption ? first.substr(0, first.find('=')) : first);
+    }
+
     // "wmihost get" once a subcommand has been recognised.
     [[nodiscard]] std::string ProgramAndCommand() const
     {

@@ -65,13 +65,24 @@ void Console::WriteErrorLine(std::string_view text) noexcept
 {
     try
     {
-        const std::string line = std::string{text} + '\n';
-        const std::lock_guard held{m_mutex};
-        static_cast<void>(m_error.Write(line));
+        Prompt(std::string{text} + '\n');
     }
     catch (const std::bad_alloc&)
     {
         return; // nor could its report be written
+    }
+}
+
+void Console::Prompt(std::string_view text) noexcept
+{
+    try
+    {
+        const std::lock_guard held{m_mutex};
+        static_cast<void>(m_error.Write(text));
+    }
+    catch (const std::bad_alloc&)
+    {
+        return; // likewise
     }
 }
 

@@ -25,6 +25,7 @@ public:
 
     // Standard error. A line that cannot be written is lost.
     void WriteErrorLine(std::string_view text) noexcept;
+    void Prompt(std::string_view text) noexcept; // stays in its line
 
 private:
     class Stream

@@ -21,6 +21,9 @@ public:
     [[nodiscard]] virtual const char* Name() const noexcept = 0;
     [[nodiscard]] virtual const char* Description() const noexcept = 0;
 
+    // True when any argument may be a password, so that none may be shown.
+    [[nodiscard]] virtual bool TakesSecrets() const noexcept { return false; }
+
     // Declares arguments and options; their values are members of the subcommand.
     virtual void Declare(CLI::App& parser) = 0;
 

@@ -9,6 +9,8 @@ std::vector<std::unique_ptr<Command>> MakeCommands()
     commands.push_back(MakeGetCommand());
     commands.push_back(MakeTextCommand());
     commands.push_back(MakeFirmwareCommand());
+    commands.push_back(MakeSetCommand());
+    commands.push_back(MakeDefaultsCommand());
     commands.push_back(MakeRunCommand());
     commands.push_back(MakePackageCommand());
     commands.push_back(MakeLaunchCommand());

@@ -12,6 +12,8 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeGetCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeTextCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeFirmwareCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeSetCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeDefaultsCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeRunCommand();
 [[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();

@@ -79,4 +79,29 @@ JsonDocument ParseFirmwareReply(const Reply& reply, const FirmwareInterface& fir
     return document;
 }
 
+ExitCode ChangeFirmware(Environment& environment, Zv::Tessel::Server::Services::FunctionNumber function,
+                        const JsonObject& request, const FirmwareChange& change)
+{
+    const Reply reply = environment.OpenSession().Execute(function, request.Text());
+    const JsonDocument document = ParseFirmwareReply(reply, FirmwareSettings(), change.subject);
+    const JsonValue& verdict = document.FindMember("result")->value;
+    const bool done = verdict.IsUint() && verdict.GetUint() == 0;
+
+    Console& output = environment.Output();
+    if (environment.Options().json)
+    {
+        output.WriteLine(reply.response.value_or("{}"));
+    }
+    else if (done)
+    {
+        output.WriteLine(change.done);
+    }
+    if (!done)
+    {
+        output.WriteErrorLine("the firmware refused to change " + change.subject + ": it returned " +
+                              JsonText(verdict));
+    }
+    return done ? ExitCode::Success : ExitCode::FirmwareRefused;
+}
+
 } // namespace Zv::Host

@@ -1,6 +1,8 @@
 // What the firmware commands have in common: raw commands, settings, defaults.
 #pragma once
 
+#include "Host/Environment.h"
+#include "Host/ExitCode.h"
 #include "Host/Json.h"
 #include "Host/Session.h"
 
@@ -25,5 +27,15 @@ struct FirmwareInterface
 // the machine lacks the interface. The subject names what was asked for.
 [[nodiscard]] JsonDocument ParseFirmwareReply(const Reply& reply, const FirmwareInterface& firmware,
                                               const std::string& subject);
+
+struct FirmwareChange
+{
+    std::string subject; // what is changed, for error lines
+    std::string done;    // that it was
+};
+
+// Runs a command that changes settings and reports the firmware's verdict. Throws as ParseFirmwareReply does.
+[[nodiscard]] ExitCode ChangeFirmware(Environment& environment, Zv::Tessel::Server::Services::FunctionNumber function,
+                                      const JsonObject& request, const FirmwareChange& change);
 
 } // namespace Zv::Host

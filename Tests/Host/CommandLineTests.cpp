@@ -30,8 +30,8 @@ TEST(HostCommandLine, HelpNamesSubcommandsAndExitCodes)
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
     for (const char* const text :
-         {"\n  get ", "\n  text ", "\n  firmware ", "\n  run ", "--json", "--log", "--module", "Exit codes:", "\n  0 ",
-          "\n  1 ", "\n  2 ", "\n  3 ", "\n  4 ", "\n  7 ", "\n  70 "})
+         {"\n  get ", "\n  text ", "\n  firmware ", "\n  set ", "\n  defaults ", "\n  run ", "--json", "--log",
+          "--module", "Exit codes:", "\n  0 ", "\n  1 ", "\n  2 ", "\n  3 ", "\n  4 ", "\n  7 ", "\n  70 "})
     {
         EXPECT_NE(help.output.find(text), std::string::npos) << text;
     }
@@ -39,7 +39,7 @@ TEST(HostCommandLine, HelpNamesSubcommandsAndExitCodes)
 
 TEST(HostCommandLine, EverySubcommandHasHelpWithTwoExamples)
 {
-    for (const std::string command : {"get", "text", "firmware", "run"})
+    for (const std::string command : {"get", "text", "firmware", "set", "defaults", "run"})
     {
         const Outcome help = RunHost({command, "--help"});
         EXPECT_EQ(help.exitCode, 0) << command;
@@ -57,7 +57,8 @@ TEST(HostCommandLine, WithoutASubcommandIsAMistake)
 TEST(HostCommandLine, AnUnknownSubcommandIsAMistakeThatNamesTheKnownOnes)
 {
     const std::string line = MistakeOf({"fetch", "X"});
-    EXPECT_EQ(line.rfind("there is no subcommand \"fetch\", only get, text, firmware, run", 0), 0U) << line;
+    EXPECT_EQ(line.rfind("there is no subcommand \"fetch\", only get, text, firmware, set, defaults, run", 0), 0U)
+        << line;
 }
 
 TEST(HostCommandLine, AnEmptyArgumentIsNoSubcommand)

@@ -1,0 +1,74 @@
+#include "Host/Commands/CommandTable.h"
+#include "Host/Commands/FirmwareReply.h"
+#include "Host/Commands/PasswordOption.h"
+#include "Host/ConsoleInput.h"
+#include "Host/Failure.h"
+#include "Host/Json.h"
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr char Footer[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
+Another number is a refusal, such as for a wrong password, and ends in exit code 7.
+
+Examples:
+  wmihost defaults
+  wmihost defaults --yes --password - < password.txt)";
+
+class DefaultsCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "defaults"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Restore the firmware's defaults"; }
+    [[nodiscard]] bool TakesSecrets() const noexcept override { return true; }
+
+    void Declare(CLI::App& parser) override
+    {
+        m_password.Declare(parser);
+        parser.add_flag("--yes", m_yes, "Do not ask");
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        if (!m_yes)
+        {
+            Confirm(environment.Output());
+        }
+        JsonObject request;
+        m_password.AddTo(request, environment.Output());
+        return ChangeFirmware(environment, Zv::Tessel::Server::Services::FunctionNumber::SetBiosSystemDefaults, request,
+                              {.subject = "the firmware's defaults", .done = "the firmware's defaults are restored"});
+    }
+
+private:
+    void Confirm(Console& console) const
+    {
+        if (m_password.ComesFromInput() && !InputIsConsole())
+        {
+            throw Failure{ExitCode::BadInput, "wmihost defaults: standard input gives the password, so that nobody can "
+                                              "be asked: add --yes; see wmihost defaults --help"};
+        }
+        console.Prompt("Restore the firmware's defaults? All settings of this machine will change. [y/N] ");
+        const std::string answer = ReadInputLine().value_or("");
+        if (answer != "y" && answer != "Y" && answer != "yes")
+        {
+            throw Failure{ExitCode::BadInput, "nothing was changed: the answer was not y, which --yes gives at once"};
+        }
+    }
+
+    PasswordOption m_password;
+    bool m_yes = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeDefaultsCommand()
+{
+    return std::make_unique<DefaultsCommand>();
+}
+
+} // namespace Zv::Host
