@@ -2,9 +2,8 @@
 
 #include "Benchmarks/LimitClient.h"
 #include "Benchmarks/Report.h"
+#include "Benchmarks/Requests.h"
 #include "Benchmarks/Subject.h"
-
-#include <wincrypt.h>
 
 #include <exception>
 #include <functional>
@@ -20,31 +19,6 @@ using namespace Zv::Benchmarks;
 
 constexpr double LargestRatio = 1.10;          // where data dominates
 constexpr double LargestExtraMicroseconds = 5; // where it does not
-
-std::wstring Base64(const std::vector<unsigned char>& bytes)
-{
-    DWORD length = 0;
-    const auto size = static_cast<DWORD>(bytes.size());
-    CryptBinaryToStringW(bytes.data(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr, &length);
-    std::wstring text(length, L'\0');
-    CryptBinaryToStringW(bytes.data(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, text.data(), &length);
-    text.resize(length);
-    return text;
-}
-
-std::wstring FirmwareRequest(std::size_t inputSize, std::size_t returnSize)
-{
-    std::wstring request = L"{\"command\":1,\"commandType\":255,\"inputDataSize\":" + std::to_wstring(inputSize) +
-                           L",\"returnDataSize\":" + std::to_wstring(returnSize);
-    if (inputSize != 0)
-    {
-        request += L",\"inputData\":\"" + Base64(std::vector<unsigned char>(inputSize, 0x5a)) + L"\"";
-    }
-    return request + L"}";
-}
-
-const std::wstring ItemRequest = LR"({"property":"Number","wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
-const std::wstring TextRequest = LR"({"wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
 
 // The same work on several threads at once, each an equal share of the operations.
 Work OnThreads(std::size_t count, Work work)
@@ -114,7 +88,7 @@ void FirmwareAndSettings(Report& report)
                                       : Aim{}});
     }
     cases.push_back({"64, change a setting",
-                     [&] { subject.Run(FunctionNumber::SetBiosSetting, LR"({"name":"Fan","value":"Off"})"); },
+                     [&] { subject.Run(FunctionNumber::SetBiosSetting, SettingRequest); },
                      [&] { limit.Set(L"Fan", L"Off"); },
                      {{}, LargestExtraMicroseconds}});
     cases.push_back({"128, restore defaults",

@@ -248,4 +248,13 @@ unsigned int LimitClient::Set(const wchar_t* name, const wchar_t* value) const
     return V_UINT(&verdict.Value());
 }
 
+ComPtr<IWbemClassObject> LimitClient::MakeEvent(int id, int data) const
+{
+    const Connection wmi{m_machine, L"\\\\.\\root\\wmi"};
+    ComPtr<IWbemClassObject> event = Spawn(*wmi.Object(L"zvqBEvnt").Get());
+    PutNumber(*event.Get(), L"EventID", id);
+    PutNumber(*event.Get(), L"EventData", data);
+    return event;
+}
+
 } // namespace Zv::Benchmarks

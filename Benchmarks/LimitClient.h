@@ -2,7 +2,10 @@
 // neither reads nor writes JSON.
 #pragma once
 
+#include "Shared/WMI/ComPtr.h"
 #include "Simulator/Machine.h"
+
+#include <wbemcli.h>
 
 #include <cstddef>
 #include <string>
@@ -27,6 +30,9 @@ public:
 
     // As functions 64 (with a name) and 128 (name null).
     unsigned int Set(const wchar_t* name, const wchar_t* value) const;
+
+    // A firmware event, as WMI would hand it out.
+    [[nodiscard]] Tessel::Server::Shared::WMI::ComPtr<IWbemClassObject> MakeEvent(int id, int data) const;
 
 private:
     Simulator::Machine& m_machine;

@@ -26,15 +26,22 @@ std::string Quoted(const std::string& text)
 
 } // namespace
 
-Report::Report(std::string title, int argumentCount, char** arguments) : m_title{std::move(title)}
+std::string Option(int argumentCount, char** arguments, const char* name)
 {
     for (int i = 1; i + 1 < argumentCount; ++i)
     {
-        if (std::strcmp(arguments[i], "--json") == 0)
+        if (std::strcmp(arguments[i], name) == 0)
         {
-            m_jsonFile = arguments[i + 1];
+            return arguments[i + 1];
         }
     }
+    return {};
+}
+
+Report::Report(std::string title, int argumentCount, char** arguments)
+    : m_title{std::move(title)},
+      m_jsonFile{Option(argumentCount, arguments, "--json")}
+{
     std::printf("%s\n", m_title.c_str());
     std::fflush(stdout);
 }
@@ -67,6 +74,20 @@ void Report::Add(const std::string& name, double value, const std::string& unit)
     std::printf("  %-44s %14s %s\n", name.c_str(), Number(value).c_str(), unit.c_str());
     std::fflush(stdout);
     m_json.push_back("{\"name\":" + Quoted(name) + ",\"value\":" + Number(value) + ",\"unit\":" + Quoted(unit) + "}");
+}
+
+void Report::AddRow(const std::string& name, const std::vector<Figure>& figures)
+{
+    std::printf("  %-44s", name.c_str());
+    std::string json = "{\"name\":" + Quoted(name);
+    for (const Figure& figure : figures)
+    {
+        std::printf(" %10s %s", Number(figure.value).c_str(), figure.name.c_str());
+        json += "," + Quoted(figure.name) + ":" + Number(figure.value);
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+    m_json.push_back(json + "}");
 }
 
 int Report::Finish() const

@@ -17,6 +17,16 @@ struct Aim
     std::optional<double> extraMicroseconds; // subject minus reference, at most
 };
 
+// One number of a row.
+struct Figure
+{
+    std::string name;
+    double value;
+};
+
+// What follows the argument `name`; empty when it is not there.
+[[nodiscard]] std::string Option(int argumentCount, char** arguments, const char* name);
+
 class Report
 {
 public:
@@ -26,6 +36,8 @@ public:
     void Add(const Comparison& comparison, const Aim& aim = {});
     // A figure that is no comparison.
     void Add(const std::string& name, double value, const std::string& unit);
+    // Several figures of one thing.
+    void AddRow(const std::string& name, const std::vector<Figure>& figures);
 
     // Writes the JSON file when one was asked for. Returns the exit code of the program.
     [[nodiscard]] int Finish() const;

@@ -1,5 +1,9 @@
 #include "Benchmarks/Subject.h"
 
+#include "Logging/Logging.h"
+
+#include <rpc.h>
+
 #include <array>
 #include <stdexcept>
 
@@ -14,6 +18,12 @@ Simulator::Machine* g_machine = nullptr; // of the one Subject; set before its c
 HRESULT WINAPI CreateFromMachine(REFCLSID classId, IUnknown* outer, DWORD context, REFIID iid, void** object)
 {
     return g_machine->CreateInstance(classId, outer, context, iid, object);
+}
+
+// As anywhere outside of a remote call. Wine has no such function.
+RPC_STATUS WINAPI NoRemoteCall(RPC_BINDING_HANDLE, void*)
+{
+    return RPC_S_NO_CALL_ACTIVE;
 }
 
 HMODULE LoadModule()
@@ -95,7 +105,10 @@ Simulator::Machine MakeMachine(std::size_t items)
 Subject::Subject(Simulator::Machine& machine) : m_module{LoadModule()}
 {
     g_machine = &machine;
-    m_redirection = Interception::ImportTable{m_module}.Redirect("ole32.dll", "CoCreateInstance", &CreateFromMachine);
+    const Interception::ImportTable imports{m_module};
+    m_creation = imports.Redirect("ole32.dll", "CoCreateInstance", &CreateFromMachine);
+    m_callAttributes = imports.Redirect("rpcrt4.dll", "RpcServerInqCallAttributesW", &NoRemoteCall);
+    Logging::LogManager::SetProvider(L"Zv-Tessel-SystemInformation"); // as a host does; nobody listens
     auto* const create = reinterpret_cast<Tessel::Server::Services::ZVCreateServiceFunction*>(
         reinterpret_cast<void*>(GetProcAddress(m_module, Tessel::Server::Services::ZVCreateServiceName)));
     m_service.reset(create());
@@ -107,15 +120,16 @@ Subject::~Subject()
 {
     m_service->EndSession(&m_session);
     m_service.reset();
-    m_redirection.Restore();
+    m_callAttributes.Restore();
+    m_creation.Restore();
     FreeLibrary(m_module);
 }
 
-std::size_t Subject::Run(FunctionNumber function, const std::wstring& request)
+std::size_t Subject::Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback)
 {
     wchar_t* response = nullptr;
     const int code = m_service->ExecuteCommand(m_session, static_cast<unsigned int>(function),
-                                               const_cast<wchar_t*>(request.c_str()), &response, {}, nullptr);
+                                               const_cast<wchar_t*>(request.c_str()), &response, callback, nullptr);
     const std::size_t length = response == nullptr ? 0 : std::char_traits<wchar_t>::length(response);
     m_service->FreeBuffer(response);
     if (code != 0)

@@ -21,8 +21,9 @@ using Tessel::Server::Services::ZVService;
 // Bench_Item of so many instances with a number, a text and a flag.
 [[nodiscard]] Simulator::Machine MakeMachine(std::size_t items);
 
-// WMIService.dll beside the program, with a service and a session. One at a time: the import of CoCreateInstance is
-// redirected to its machine.
+// WMIService.dll beside the program, with a service, a session and a log that nobody reads. One at a time: the import
+// of CoCreateInstance is redirected to its machine, and the one that asks for the remote caller answers that there is
+// none.
 class Subject
 {
 public:
@@ -32,7 +33,7 @@ public:
     ~Subject();
 
     // Runs a command, which must return 0, and gives its response back. Returns the response's length.
-    std::size_t Run(FunctionNumber function, const std::wstring& request);
+    std::size_t Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback = {});
     // The same whatever the command returns.
     int RunAny(unsigned int function, const std::wstring& request, const ProgressCallback& callback = {});
 
@@ -42,7 +43,8 @@ public:
 
 private:
     HMODULE m_module;
-    Interception::Redirection m_redirection;
+    Interception::Redirection m_creation;
+    Interception::Redirection m_callAttributes;
     std::unique_ptr<ZVService> m_service;
     void* m_session = nullptr;
 };
