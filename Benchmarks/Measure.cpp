@@ -48,19 +48,28 @@ Comparison Compare(std::string name, const Work& subject, const Work& reference,
         operations *= 2;
     }
 
+    const auto each = [operations](const Work& work) {
+        return [&work, operations] { return Time([&] { work(operations); }) / static_cast<double>(operations); };
+    };
+    return CompareSamples(std::move(name), each(subject), each(reference), effort.rounds);
+}
+
+Comparison CompareSamples(std::string name, const std::function<double()>& subject,
+                          const std::function<double()>& reference, std::size_t rounds)
+{
     std::vector<double> subjectTimes;
     std::vector<double> referenceTimes;
     std::vector<double> ratios;
-    for (std::size_t round = 0; round < effort.rounds; ++round)
+    for (std::size_t round = 0; round < rounds; ++round)
     {
-        double first = Time([&] { (round % 2 == 0 ? subject : reference)(operations); });
-        double second = Time([&] { (round % 2 == 0 ? reference : subject)(operations); });
+        double first = (round % 2 == 0 ? subject : reference)();
+        double second = (round % 2 == 0 ? reference : subject)();
         if (round % 2 != 0)
         {
             std::swap(first, second);
         }
-        subjectTimes.push_back(first / static_cast<double>(operations));
-        referenceTimes.push_back(second / static_cast<double>(operations));
+        subjectTimes.push_back(first);
+        referenceTimes.push_back(second);
         ratios.push_back(first / second);
     }
     return {std::move(name),       Median(subjectTimes),   Median(referenceTimes),

@@ -33,6 +33,10 @@ struct Effort
 [[nodiscard]] Comparison Compare(std::string name, const Work& subject, const Work& reference,
                                  const Effort& effort = {});
 
+// Likewise for what measures itself: each returns microseconds.
+[[nodiscard]] Comparison CompareSamples(std::string name, const std::function<double()>& subject,
+                                        const std::function<double()>& reference, std::size_t rounds);
+
 [[nodiscard]] double Median(std::vector<double> values);
 
 // Microseconds that the work takes.

@@ -7,9 +7,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
 zv_install_missing_packages
-zv_build --target AllocationBenchmark CommandBenchmark DispatchBenchmark
+zv_build --target AllocationBenchmark CommandBenchmark DispatchBenchmark EventBenchmark
 
 mkdir -p build/benchmarks
-for program in AllocationBenchmark DispatchBenchmark CommandBenchmark; do
+for program in AllocationBenchmark DispatchBenchmark EventBenchmark CommandBenchmark; do
     scripts/wine-run.sh "build/linux-mingw/bin/$program.exe" --json "build/benchmarks/$program.json"
 done
