@@ -175,6 +175,10 @@ void Report(Console& console, const GlobalOptions& options, const Failure& failu
             error.Add("name", info != nullptr ? info->name : "");
         }
         error.Add("message", failure.what());
+        if (const auto* const description = dynamic_cast<const DescriptionFailure*>(&failure))
+        {
+            error.Add("line", description->line).Add("column", description->column);
+        }
         console.WriteLine(JsonObject{}.AddJson("error", error.Text()).Text());
     }
 }

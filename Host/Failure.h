@@ -3,6 +3,8 @@
 
 #include "Host/ExitCode.h"
 
+#include "Simulator/DescriptionError.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -35,6 +37,21 @@ public:
 
 private:
     int m_resultCode;
+};
+
+// A machine description is not valid.
+class DescriptionFailure : public Failure
+{
+public:
+    DescriptionFailure(const std::string& file, const Simulator::DescriptionError& error)
+        : Failure{ExitCode::BadInput, file + ": " + error.what()},
+          line{error.line},
+          column{error.column}
+    {
+    }
+
+    int line;
+    int column;
 };
 
 } // namespace Zv::Host

@@ -26,20 +26,20 @@ HRESULT WINAPI CreateSimulatedInstance(REFCLSID classId, IUnknown* outer, DWORD 
                               : CoCreateInstance(classId, outer, context, iid, result);
 }
 
-Simulator::Machine LoadMachine(const std::string& file)
+} // namespace
+
+Simulator::Machine LoadMachine(const std::string& descriptionFile)
 {
-    const std::string json = ReadAll(file);
+    const std::string json = ReadAll(descriptionFile);
     try
     {
         return Simulator::Machine::Parse(json);
     }
     catch (const Simulator::DescriptionError& error)
     {
-        throw Failure{ExitCode::BadInput, file + ": " + error.what()};
+        throw DescriptionFailure{descriptionFile, error};
     }
 }
-
-} // namespace
 
 Simulation::Simulation(const std::string& descriptionFile, Simulator::UserSessionOptions userOptions)
     : m_machine{LoadMachine(descriptionFile)},

@@ -12,13 +12,16 @@
 namespace Zv::Host
 {
 
+// Throws Failure when the file cannot be read, DescriptionFailure when it is not valid.
+[[nodiscard]] Simulator::Machine LoadMachine(const std::string& descriptionFile);
+
 // While it lives, the attached module's requests for WMI objects are answered by the machine that a description file
 // tells of, and those for the signed-in user, packages and processes by that machine's user session; nothing else of
 // the module is touched. One at a time. It must go before the module is unloaded.
 class Simulation
 {
 public:
-    // Throws Failure: InputOutput when the file cannot be read, BadInput with line and column when it is not valid.
+    // Throws as LoadMachine does.
     Simulation(const std::string& descriptionFile, Simulator::UserSessionOptions userOptions);
     Simulation(const Simulation&) = delete;
     Simulation& operator=(const Simulation&) = delete;

@@ -17,6 +17,7 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeRunCommand();
 [[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeCheckCommand();
 
 // In the order of --help.
 [[nodiscard]] std::vector<std::unique_ptr<Command>> MakeCommands();

@@ -30,8 +30,8 @@ TEST(HostCommandLine, HelpNamesSubcommandsAndExitCodes)
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
     for (const char* const text :
-         {"\n  get ", "\n  text ", "\n  firmware ", "\n  set ", "\n  defaults ", "\n  run ", "--json", "--log",
-          "--module", "Exit codes:", "\n  0 ", "\n  1 ", "\n  2 ", "\n  3 ", "\n  4 ", "\n  7 ", "\n  70 "})
+         {"\n  get ", "\n  text ", "\n  firmware ", "\n  set ", "\n  defaults ", "\n  run ", "\n  check ", "--json",
+          "--log", "--module", "Exit codes:", "\n  0 ", "\n  1 ", "\n  2 ", "\n  3 ", "\n  4 ", "\n  7 ", "\n  70 "})
     {
         EXPECT_NE(help.output.find(text), std::string::npos) << text;
     }
@@ -39,7 +39,7 @@ TEST(HostCommandLine, HelpNamesSubcommandsAndExitCodes)
 
 TEST(HostCommandLine, EverySubcommandHasHelpWithTwoExamples)
 {
-    for (const std::string command : {"get", "text", "firmware", "set", "defaults", "run"})
+    for (const std::string command : {"get", "text", "firmware", "set", "defaults", "run", "check"})
     {
         const Outcome help = RunHost({command, "--help"});
         EXPECT_EQ(help.exitCode, 0) << command;
