@@ -2,7 +2,10 @@
 
 #include "Services/CheckedCopy.h"
 
+#include <rapidjson/reader.h>
+
 #include <cstddef>
+#include <cstdint>
 
 namespace Zv::Tessel::Server::Services
 {
@@ -10,69 +13,57 @@ namespace Zv::Tessel::Server::Services
 namespace
 {
 
-constexpr bool Opens(wchar_t c) noexcept
-{
-    return (c | 0x20) == L'{'; // '[' and '{' differ in this bit, and no other character gives the same
-}
-static_assert(Opens(L'[') && Opens(L'{'));
+using Size = rapidjson::SizeType;
 
-bool IsNestedTooDeeply(const wchar_t* text) noexcept
+// What builds a document while its text is parsed: passes everything on to the document, and ends the parse where the
+// text is nested too deeply.
+class BoundedBuilder
 {
-    // Hardly any request has that many brackets at all, and counting them takes a fraction of the walk below.
-    std::size_t brackets = 0;
-    for (const wchar_t* c = text; *c != L'\0'; ++c)
+public:
+    explicit BoundedBuilder(JsonDocument& document) noexcept : m_document{document} {}
+
+    bool Null() { return m_document.Null(); }
+    bool Bool(bool value) { return m_document.Bool(value); }
+    bool Int(int value) { return m_document.Int(value); }
+    bool Uint(unsigned int value) { return m_document.Uint(value); }
+    bool Int64(std::int64_t value) { return m_document.Int64(value); }
+    bool Uint64(std::uint64_t value) { return m_document.Uint64(value); }
+    bool Double(double value) { return m_document.Double(value); }
+    bool RawNumber(const wchar_t* text, Size length, bool copy) { return m_document.RawNumber(text, length, copy); }
+    bool String(const wchar_t* text, Size length, bool copy) { return m_document.String(text, length, copy); }
+    bool Key(const wchar_t* text, Size length, bool copy) { return m_document.Key(text, length, copy); }
+    bool StartObject() { return Enter() && m_document.StartObject(); }
+    bool EndObject(Size count) { return Leave() && m_document.EndObject(count); }
+    bool StartArray() { return Enter() && m_document.StartArray(); }
+    bool EndArray(Size count) { return Leave() && m_document.EndArray(count); }
+
+private:
+    bool Enter() noexcept { return ++m_depth <= MaxJsonDepth; }
+    bool Leave() noexcept
     {
-        brackets += Opens(*c) ? 1 : 0;
-    }
-    if (brackets <= MaxJsonDepth)
-    {
-        return false;
+        --m_depth;
+        return true;
     }
 
-    unsigned int depth = 0;
-    bool inString = false;
-    for (const wchar_t* c = text; *c != L'\0'; ++c)
-    {
-        if (inString)
-        {
-            if (*c == L'\\' && c[1] != L'\0')
-            {
-                ++c;
-            }
-            else if (*c == L'"')
-            {
-                inString = false;
-            }
-        }
-        else if (*c == L'"')
-        {
-            inString = true;
-        }
-        else if (Opens(*c))
-        {
-            if (++depth > MaxJsonDepth)
-            {
-                return true;
-            }
-        }
-        else if ((*c == L']' || *c == L'}') && depth > 0)
-        {
-            --depth;
-        }
-    }
-    return false;
-}
+    JsonDocument& m_document;
+    unsigned int m_depth = 0;
+};
 
 } // namespace
 
 bool ParseJson(const wchar_t* text, JsonDocument& document)
 {
-    if (IsNestedTooDeeply(text))
-    {
-        document.SetNull();
-        return false;
-    }
-    return !document.Parse(text).HasParseError();
+    ThrowingAllocator heap;
+    rapidjson::GenericReader<JsonEncoding, JsonEncoding, ThrowingAllocator> reader{&heap};
+    bool parsed = false;
+    const auto parse = [&](JsonDocument& target) {
+        rapidjson::GenericStringStream<JsonEncoding> stream{text};
+        BoundedBuilder builder{target};
+        parsed = !reader.Parse(stream, builder).IsError();
+        return parsed;
+    };
+    document.Populate(parse);
+    return parsed;
 }
 
 void WriteJson(const JsonValue& value, JsonStringBuffer& text)
