@@ -24,6 +24,11 @@ std::string Quoted(const std::string& text)
     return '"' + text + '"';
 }
 
+std::string Verdict(bool met)
+{
+    return met ? "  meets " : "  MISSES ";
+}
+
 } // namespace
 
 std::string Option(int argumentCount, char** arguments, const char* name)
@@ -52,12 +57,11 @@ void Report::Add(const Comparison& comparison, const Aim& aim)
     std::string verdict;
     if (aim.ratio)
     {
-        verdict += std::string{comparison.ratio <= *aim.ratio ? "  meets " : "  MISSES "} + Number(*aim.ratio) + "x";
+        verdict += Verdict(comparison.ratio <= *aim.ratio) + Number(*aim.ratio) + "x";
     }
     if (aim.extraMicroseconds)
     {
-        verdict += std::string{extra <= *aim.extraMicroseconds ? "  meets " : "  MISSES "} + "+" +
-                   Number(*aim.extraMicroseconds) + " us";
+        verdict += Verdict(extra <= *aim.extraMicroseconds) + "+" + Number(*aim.extraMicroseconds) + " us";
     }
     std::printf("  %-44s %10.3f us  reference %10.3f us  +%8.3f us  ratio %6.3f (%.3f to %.3f)%s\n",
                 comparison.name.c_str(), comparison.subject, comparison.reference, extra, comparison.ratio,
@@ -69,9 +73,14 @@ void Report::Add(const Comparison& comparison, const Aim& aim)
                      ",\"ratio_high\":" + Number(comparison.highRatio) + "}");
 }
 
-void Report::Add(const std::string& name, double value, const std::string& unit)
+void Report::Add(const std::string& name, double value, const std::string& unit, std::optional<double> most)
 {
-    std::printf("  %-44s %14s %s\n", name.c_str(), Number(value).c_str(), unit.c_str());
+    std::string verdict;
+    if (most)
+    {
+        verdict = Verdict(value <= *most) + Number(*most);
+    }
+    std::printf("  %-44s %10s %s%s\n", name.c_str(), Number(value).c_str(), unit.c_str(), verdict.c_str());
     std::fflush(stdout);
     m_json.push_back("{\"name\":" + Quoted(name) + ",\"value\":" + Number(value) + ",\"unit\":" + Quoted(unit) + "}");
 }

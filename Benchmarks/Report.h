@@ -34,8 +34,8 @@ public:
     Report(std::string title, int argumentCount, char** arguments);
 
     void Add(const Comparison& comparison, const Aim& aim = {});
-    // A figure that is no comparison.
-    void Add(const std::string& name, double value, const std::string& unit);
+    // A figure that is no comparison; it should be `most` at most.
+    void Add(const std::string& name, double value, const std::string& unit, std::optional<double> most = {});
     // Several figures of one thing.
     void AddRow(const std::string& name, const std::vector<Figure>& figures);
 

@@ -13,6 +13,9 @@ namespace Zv::Benchmarks
 // Functions 16 and 32: the number of every item.
 inline constexpr wchar_t ItemRequest[] =
     LR"({"property":"Number","wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
+// The same of their text.
+inline constexpr wchar_t ItemTextRequest[] =
+    LR"({"property":"Text","wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
 // Function 256: every item.
 inline constexpr wchar_t TextRequest[] = LR"({"wmiClass":"Bench_Item","wmiNamespace":"ROOT\\CIMV2"})";
 // Function 64

@@ -69,13 +69,15 @@ std::string FirmwareMethods()
 
 } // namespace
 
-Simulator::Machine MakeMachine(std::size_t items)
+Simulator::Machine MakeMachine(std::size_t items, std::size_t textLength)
 {
+    const std::string padding(textLength, 'x');
     std::string instances;
     for (std::size_t i = 0; i < items; ++i)
     {
         instances += std::string{i == 0 ? "" : ","} + R"({ "Id": )" + std::to_string(i) + R"(, "Number": )" +
-                     std::to_string(i % 1000) + R"(, "Text": "t)" + std::to_string(i % 100) + R"(", "Flag": true })";
+                     std::to_string(i % 1000) + R"(, "Text": "t)" + std::to_string(i % 100) + padding +
+                     R"(", "Flag": true })";
     }
     return Simulator::Machine::Parse(R"({ "version": 1, "name": "benchmark", "namespaces": [
       { "path": "root\\wmi", "classes": [
@@ -104,7 +106,7 @@ Simulator::Machine MakeMachine(std::size_t items)
 
 Subject::Subject(Simulator::Machine& machine) : m_module{LoadModule()}
 {
-    g_machine = &machine;
+    Use(machine);
     const Interception::ImportTable imports{m_module};
     m_creation = imports.Redirect("ole32.dll", "CoCreateInstance", &CreateFromMachine);
     m_callAttributes = imports.Redirect("rpcrt4.dll", "RpcServerInqCallAttributesW", &NoRemoteCall);
@@ -123,6 +125,11 @@ Subject::~Subject()
     m_callAttributes.Restore();
     m_creation.Restore();
     FreeLibrary(m_module);
+}
+
+void Subject::Use(Simulator::Machine& machine) noexcept
+{
+    g_machine = &machine;
 }
 
 std::size_t Subject::Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback)

@@ -18,8 +18,8 @@ using Tessel::Server::Services::ProgressCallback;
 using Tessel::Server::Services::ZVService;
 
 // A machine for benchmarks: firmware methods that answer with what they were given, a settings class, and a class
-// Bench_Item of so many instances with a number, a text and a flag.
-[[nodiscard]] Simulator::Machine MakeMachine(std::size_t items);
+// Bench_Item of so many instances with a number, a text of at least so many characters and a flag.
+[[nodiscard]] Simulator::Machine MakeMachine(std::size_t items, std::size_t textLength = 0);
 
 // WMIService.dll beside the program, with a service, a session and a log that nobody reads. One at a time: the import
 // of CoCreateInstance is redirected to its machine, and the one that asks for the remote caller answers that there is
@@ -31,6 +31,9 @@ public:
     Subject(const Subject&) = delete;
     Subject& operator=(const Subject&) = delete;
     ~Subject();
+
+    // From here on, commands find this machine.
+    void Use(Simulator::Machine& machine) noexcept;
 
     // Runs a command, which must return 0, and gives its response back. Returns the response's length.
     std::size_t Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback = {});

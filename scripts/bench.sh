@@ -7,9 +7,10 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
 zv_install_missing_packages
-zv_build --target AllocationBenchmark CommandBenchmark DispatchBenchmark EventBenchmark
+zv_build --target AllocationBenchmark CommandBenchmark DispatchBenchmark EventBenchmark \
+    GrowthBenchmark
 
 mkdir -p build/benchmarks
-for program in AllocationBenchmark DispatchBenchmark EventBenchmark CommandBenchmark; do
+for program in AllocationBenchmark DispatchBenchmark EventBenchmark GrowthBenchmark CommandBenchmark; do
     scripts/wine-run.sh "build/linux-mingw/bin/$program.exe" --json "build/benchmarks/$program.json"
 done
