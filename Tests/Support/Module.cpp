@@ -27,11 +27,11 @@ std::filesystem::path ModuleFolder()
     return TestFolder().parent_path() / L"bin";
 }
 
-Module::Module() : m_module{LoadLibraryW((ModuleFolder() / L"WMIService.dll").c_str())}
+Module::Module(const std::filesystem::path& file) : m_module{LoadLibraryW(file.c_str())}
 {
     if (m_module == nullptr)
     {
-        throw std::runtime_error{"WMIService.dll does not load, error " + std::to_string(GetLastError())};
+        throw std::runtime_error{file.filename().string() + " does not load, error " + std::to_string(GetLastError())};
     }
     GuardHeap::GuardIfAsked(m_module);
 }

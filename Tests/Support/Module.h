@@ -27,7 +27,9 @@ using Tessel::Server::Services::ZVService;
 class Module
 {
 public:
-    Module();
+    Module() : Module{ModuleFolder() / L"WMIService.dll"} {}
+    // Another build of it.
+    explicit Module(const std::filesystem::path& file);
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
     ~Module();
