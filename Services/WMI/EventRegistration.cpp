@@ -167,10 +167,14 @@ void EventRegistration::RelayEvents(const ProgressCallback& callback)
     }
 }
 
-// Returns false when there is no client any more.
+// Returns false when there is no client or no session any more.
 bool EventRegistration::RelayOne(const ProgressCallback& callback)
 {
     const Shared::WMI::BiosWmiEventSink::Delivery delivery{*m_sink};
+    if (!delivery.HasEvent())
+    {
+        return false; // the session has ended
+    }
     if (ClientHasLeft())
     {
         return false; // the event is dropped; by contract its signal stays

@@ -1,6 +1,7 @@
 #include "Services/WMI/WMIServiceContext.h"
 
 #include "Services/CheckedCopy.h"
+#include "Shared/WMI/BiosWmiEventSink.h"
 #include "Shared/WMI/Uuid.h"
 
 namespace Zv::Tessel::Server::Services::WMI
@@ -51,6 +52,10 @@ unsigned long WMIServiceContext::Release(bool signalWaiter)
             if (stopEvent != nullptr)
             {
                 SetEvent(stopEvent);
+            }
+            if (Shared::WMI::BiosWmiEventSink* const sink = event.Sink(); sink != nullptr)
+            {
+                sink->EndDelivery(); // a registration that waits in the mailbox does not see the stop event
             }
         }
     }

@@ -46,12 +46,14 @@ private:
 
 BiosWmiEventSink::Delivery::Delivery(BiosWmiEventSink& from) noexcept : m_sink{from}, m_held{from.lock}
 {
-    m_sink.cond.Wait(m_held, [this] { return m_sink.pending; });
+    m_sink.cond.Wait(m_held, [this] { return m_sink.pending || m_sink.sessionEnded; });
+    m_sink.delivering = true;
 }
 
 BiosWmiEventSink::Delivery::~Delivery()
 {
     m_sink.pending = false;
+    m_sink.delivering = false;
     m_held.unlock();
     m_sink.slotFreed.NotifyOne();
 }
@@ -228,6 +230,18 @@ void BiosWmiEventSink::Close() noexcept
     const LockGuard held{lock};
     closed = true;
     slotFreed.NotifyAll();
+}
+
+void BiosWmiEventSink::EndDelivery() noexcept
+{
+    sessionEnded = true;
+    // Whoever has looked at the flag before and is about to sleep holds the lock until it sleeps. A delivery holds it
+    // for as long as the client likes; no wait in the mailbox follows that one, since the stop event is set by now.
+    while (!delivering && !UniqueLock{lock, std::try_to_lock})
+    {
+        SwitchToThread();
+    }
+    cond.NotifyAll();
 }
 
 void BiosWmiEventSink::Announce(Variant& eventId, Variant& eventData)

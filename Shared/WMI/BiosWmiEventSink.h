@@ -52,8 +52,12 @@ public:
     // Nobody takes events any more: lets producers go that wait for a full mailbox, and drops what they bring.
     void Close() noexcept;
 
-    // An event on its way to the registration: waits until one is in the mailbox, then holds the mailbox for as long
-    // as this object lives; its end frees the slot for the next event.
+    // The session has ended: a registration that waits for an event returns without one. Does not wait for a callback
+    // of the client's, on whose thread it may be called.
+    void EndDelivery() noexcept;
+
+    // An event on its way to the registration: waits until one is in the mailbox or the session has ended, then holds
+    // the mailbox for as long as this object lives; its end frees the slot for the next event.
     class Delivery
     {
     public:
@@ -62,6 +66,7 @@ public:
         Delivery& operator=(const Delivery&) = delete;
         ~Delivery();
 
+        [[nodiscard]] bool HasEvent() const noexcept { return m_sink.pending; }
         [[nodiscard]] const Services::JsonDocument& Record() const noexcept { return m_sink.eventRecord; }
 
     private:
@@ -101,7 +106,9 @@ private:
     // Producers wait here and the registration on `cond`, so that the one thread that each side wakes is always of the
     // other side.
     Condition slotFreed;
-    bool closed = false; // guarded by lock
+    bool closed = false;                    // guarded by lock
+    std::atomic<bool> sessionEnded = false; // atomic; never false again
+    std::atomic<bool> delivering = false;   // atomic; a Delivery has come to the end of its wait
 };
 
 } // namespace Zv::Tessel::Server::Shared::WMI

@@ -54,6 +54,18 @@ protected:
         plan.Before("IWbemClassObject::Get", [this](int) { reads.Add(); });
     }
 
+    // Counts how often a registration has woken from its wait for the session's two events.
+    void CountWakeUps(Counter& woken)
+    {
+        using Wait = decltype(WaitForMultipleObjects);
+        calls->Replace<"WaitForMultipleObjects", Wait>(
+            [this, &woken](DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
+                const DWORD signalled = calls->Original<"WaitForMultipleObjects", Wait>()(count, handles, all, limit);
+                woken.Add();
+                return signalled;
+            });
+    }
+
     Counter reads;
 };
 
@@ -229,13 +241,7 @@ TEST_F(Mailbox, AClientThatHasLeftLeavesTheNextRegistrationDeafUntilAnEventComes
 
     // The callback event is still set: the registration wakes and waits at the mailbox, not for its stop event.
     Counter woken;
-    calls->Replace<"WaitForMultipleObjects", decltype(WaitForMultipleObjects)>([&](DWORD count, const HANDLE* handles,
-                                                                                   BOOL all, DWORD limit) {
-        const DWORD signalled =
-            calls->Original<"WaitForMultipleObjects", decltype(WaitForMultipleObjects)>()(count, handles, all, limit);
-        woken.Add();
-        return signalled;
-    });
+    CountWakeUps(woken);
     const auto next = StartRegistration(AllEvents);
     woken.WaitFor(1);
     EXPECT_EQ(Narrow(Unregister(AllEvents).text), "{\"result\":0}");
@@ -243,6 +249,33 @@ TEST_F(Mailbox, AClientThatHasLeftLeavesTheNextRegistrationDeafUntilAnEventComes
     Emit(1, 2);
     EXPECT_EQ(Narrow(next->End().text), "{\"result\":0}");
     EXPECT_THAT(next->Events(), ElementsAre(EventText(1, 2)));
+}
+
+TEST_F(Mailbox, TheEndOfTheSessionEndsTheRegistrationThatAClientWhoHasLeftMadeDeaf)
+{
+    callStatus = 2;
+    const auto gone = StartRegistration(AllEvents);
+    Emit(1, 1);
+    gone->End();
+    callStatus = 0;
+    Counter woken;
+    CountWakeUps(woken);
+    const auto next = StartRegistration(AllEvents);
+    woken.WaitFor(1);
+
+    session->End();
+
+    EXPECT_EQ(Narrow(next->End().text), "{\"result\":0}");
+    EXPECT_THAT(next->Events(), IsEmpty());
+}
+
+TEST_F(Mailbox, TheSessionMayEndInsideItsClientsCallback)
+{
+    const auto registration = StartRegistration(AllEvents, [this](const std::wstring&) { session->End(); });
+    Emit(1, 1);
+
+    EXPECT_EQ(Narrow(registration->End().text), "{\"result\":0}");
+    EXPECT_THAT(registration->Events(), ElementsAre(EventText(1, 1)));
 }
 
 TEST_F(Mailbox, AClientThatHasLeftDropsOneEventAndTheOnesBehindItReachTheNextRegistration)
