@@ -16,6 +16,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved
 {
     if (reason == DLL_PROCESS_ATTACH)
     {
+        // Refused, which changes nothing, where the run time of the build has callbacks for threads of its own.
         DisableThreadLibraryCalls(module);
     }
     return TRUE;

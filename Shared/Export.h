@@ -1,4 +1,4 @@
-// What the module exports beside its factory. The one compiler extension that the whole project needs.
+// What the module exports beside its factory.
 #pragma once
 
 #if defined(ZV_BUILDING_MODULE)

@@ -19,7 +19,6 @@ public:
     ~Lock() = default;
 
     void lock() noexcept { AcquireSRWLockExclusive(&m_lock); }
-    [[nodiscard]] bool try_lock() noexcept { return TryAcquireSRWLockExclusive(&m_lock) != FALSE; }
     void unlock() noexcept { ReleaseSRWLockExclusive(&m_lock); }
     void lock_shared() noexcept { AcquireSRWLockShared(&m_lock); }
     void unlock_shared() noexcept { ReleaseSRWLockShared(&m_lock); }

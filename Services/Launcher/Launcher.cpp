@@ -195,8 +195,7 @@ bool Launcher::Run(std::wstring exeAlias, std::wstring packageFamilyName, std::w
         }
     }
 
-    // An empty holder must not get through either: given no token, Windows starts the program as the service itself.
-    if (primaryToken == nullptr || HoldsInvalidHandle(primaryToken) || aliasPath.empty() || installFolder.empty())
+    if (HoldsInvalidHandle(primaryToken) || aliasPath.empty() || installFolder.empty())
     {
         return false;
     }
@@ -215,6 +214,10 @@ bool Launcher::RunExeAsUser(std::wstring applicationPath, std::wstring currentDi
                             std::wstring commandLine, DWORD& processId, std::vector<void*> handles) const
 {
     LogInfo(L"Attempting to impersonate logged in user.");
+    if (token == nullptr)
+    {
+        return false; // given no token, Windows starts the program as the service itself
+    }
     std::wstring commandLineBuffer = commandLine.empty() ? applicationPath : std::move(commandLine);
     if (commandLineBuffer.size() + 1 > LongestCommandLine)
     {

@@ -37,7 +37,7 @@ std::wstring Launcher::GetPackageFullNameByFamilyName(std::wstring familyName) c
         return {};
     }
 
-    // Held to the end, log lines included: the logger never waits for long and calls nobody back.
+    // Held to the end, log lines included.
     const Shared::LockGuard lock{rLock};
     UINT32 count = 0;
     UINT32 bufferLength = 0;

@@ -62,9 +62,16 @@ struct WMIService::Call
     [[nodiscard]] const wchar_t* ClientId() const noexcept { return context.clientId.get(); }
     [[nodiscard]] ProgressCallback CopyOfCallback() const
     {
-        ProgressCallback copy;
-        Shared::CallHost([&] { copy = ProgressCallback{callback}; });
-        return copy;
+        try
+        {
+            ProgressCallback copy;
+            Shared::CallHost([&] { copy = ProgressCallback{callback}; });
+            return copy;
+        }
+        catch (...)
+        {
+            throw static_cast<int>(GeneralFailure); // whatever it was: an int of the host's is no result code of ours
+        }
     }
 };
 
@@ -124,7 +131,12 @@ int WMIService::ExecuteCommand(void* session, unsigned int function, wchar_t* re
     }
     catch (...)
     {
-        return GeneralFailure; // out of memory: nothing leaves the module
+        // Out of memory: nothing leaves the module, and the host finds no text to give back.
+        if (response != nullptr)
+        {
+            *response = nullptr;
+        }
+        return GeneralFailure;
     }
 }
 

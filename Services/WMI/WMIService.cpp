@@ -61,7 +61,9 @@ int WMIService::EndSession(void** session)
 {
     if (session != nullptr)
     {
-        static_cast<WMIServiceContext*>(*session)->Release(true);
+        auto& context = *static_cast<WMIServiceContext*>(*session);
+        context.NoteSessionEnd();
+        context.Release(true);
     }
     return Success;
 }

@@ -46,17 +46,9 @@ unsigned long WMIServiceContext::Release(bool signalWaiter)
 {
     {
         const Shared::LockGuard held{listenerLock};
-        if (signalWaiter)
+        if (signalWaiter && stopEvent != nullptr)
         {
-            sessionEnded = true;
-            if (stopEvent != nullptr)
-            {
-                SetEvent(stopEvent);
-            }
-            if (Shared::WMI::BiosWmiEventSink* const sink = event.Sink(); sink != nullptr)
-            {
-                sink->EndDelivery(); // a registration that waits in the mailbox does not see the stop event
-            }
+            SetEvent(stopEvent);
         }
     }
     // Counting down comes last: every thread has left the lock before it gives up its reference, so that nobody can
@@ -67,6 +59,16 @@ unsigned long WMIServiceContext::Release(bool signalWaiter)
         delete this;
     }
     return count;
+}
+
+void WMIServiceContext::NoteSessionEnd() noexcept
+{
+    const Shared::LockGuard held{listenerLock};
+    sessionEnded = true;
+    if (Shared::WMI::BiosWmiEventSink* const sink = event.Sink(); sink != nullptr)
+    {
+        sink->EndDelivery();
+    }
 }
 
 bool WMIServiceContext::ClearListener()

@@ -34,7 +34,7 @@ public:
 
     // Both return the new count.
     ZV_EXPORT unsigned long AddRef();
-    // signalWaiter: the session ends; wakes its waiting registration, or lets one that has yet to wait return at once.
+    // signalWaiter: wakes the waiting registration.
     ZV_EXPORT unsigned long Release(bool signalWaiter);
 
     // Closes the two events of the registration and clears the filters. Returns false when an event could not be
@@ -51,6 +51,10 @@ private:
         Sent,
         Failed // GetLastError() says why
     };
+
+    // The session ends: a registration that has yet to wait, or that waits in the mailbox and does not see its stop
+    // event, returns.
+    void NoteSessionEnd() noexcept;
 
     // Tells the waiting registration to end. Does not take listenerLock, which is held while a registration is set up:
     // that may take long.

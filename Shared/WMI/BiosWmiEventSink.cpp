@@ -44,18 +44,23 @@ private:
     UniqueLock m_held;
 };
 
-BiosWmiEventSink::Delivery::Delivery(BiosWmiEventSink& from) noexcept : m_sink{from}, m_held{from.lock}
+BiosWmiEventSink::Delivery::Delivery(BiosWmiEventSink& from) noexcept : m_sink{from}
 {
-    m_sink.cond.Wait(m_held, [this] { return m_sink.pending || m_sink.sessionEnded; });
-    m_sink.delivering = true;
+    UniqueLock held{m_sink.lock};
+    m_sink.cond.Wait(held, [this] { return m_sink.pending || m_sink.sessionEnded; });
+    m_hasEvent = m_sink.pending;
 }
 
 BiosWmiEventSink::Delivery::~Delivery()
 {
-    m_sink.pending = false;
-    m_sink.delivering = false;
-    m_held.unlock();
-    m_sink.slotFreed.NotifyOne();
+    if (m_hasEvent)
+    {
+        {
+            const LockGuard held{m_sink.lock};
+            m_sink.pending = false;
+        }
+        m_sink.slotFreed.NotifyOne();
+    }
 }
 
 ComPtr<BiosWmiEventSink> BiosWmiEventSink::Create(const wchar_t* eventName, std::list<int> eventIds,
@@ -234,12 +239,9 @@ void BiosWmiEventSink::Close() noexcept
 
 void BiosWmiEventSink::EndDelivery() noexcept
 {
-    sessionEnded = true;
-    // Whoever has looked at the flag before and is about to sleep holds the lock until it sleeps. A delivery holds it
-    // for as long as the client likes; no wait in the mailbox follows that one, since the stop event is set by now.
-    while (!delivering && !UniqueLock{lock, std::try_to_lock})
     {
-        SwitchToThread();
+        const LockGuard held{lock};
+        sessionEnded = true;
     }
     cond.NotifyAll();
 }

@@ -52,12 +52,13 @@ public:
     // Nobody takes events any more: lets producers go that wait for a full mailbox, and drops what they bring.
     void Close() noexcept;
 
-    // The session has ended: a registration that waits for an event returns without one. Does not wait for a callback
-    // of the client's, on whose thread it may be called.
+    // The session has ended: a registration that waits for an event goes on without one.
     void EndDelivery() noexcept;
 
-    // An event on its way to the registration: waits until one is in the mailbox or the session has ended, then holds
-    // the mailbox for as long as this object lives; its end frees the slot for the next event.
+    // An event on its way to the registration, which has one at a time: waits until one is in the mailbox or the
+    // session has ended. The event stays in the slot, where nobody changes it, for as long as this object lives; its
+    // end frees the slot for the next one. The sink's lock is not held meanwhile: the client's callback may use the
+    // session.
     class Delivery
     {
     public:
@@ -66,12 +67,12 @@ public:
         Delivery& operator=(const Delivery&) = delete;
         ~Delivery();
 
-        [[nodiscard]] bool HasEvent() const noexcept { return m_sink.pending; }
+        [[nodiscard]] bool HasEvent() const noexcept { return m_hasEvent; }
         [[nodiscard]] const Services::JsonDocument& Record() const noexcept { return m_sink.eventRecord; }
 
     private:
         BiosWmiEventSink& m_sink;
-        UniqueLock m_held;
+        bool m_hasEvent;
     };
 
 private:
@@ -89,7 +90,7 @@ private:
     [[nodiscard]] bool SignalEvent() noexcept;
 
     std::atomic<std::int32_t> refCount = 0;
-    Services::JsonDocument eventRecord; // guarded by lock; the mailbox
+    Services::JsonDocument eventRecord; // the mailbox: guarded by lock while nothing is pending, else constant
     Lock lock;
     Condition cond;               // an event lies in the mailbox: the registration waits for it
     bool pending = false;         // guarded by lock; an event lies in the mailbox and has been signalled
@@ -100,15 +101,14 @@ private:
     std::wstring logContext;      // written by the constructor only
     HANDLE eventHandle = nullptr; // guarded by lock
 
-    // Indicate must not wait for the subscription's lock, which is held while WMI is being called, nor for `lock`,
-    // which the registration holds during its callback. This one is held for a look at the list only.
+    // Indicate must not wait for the subscription's lock, which is held while WMI is being called. This one is held for
+    // a look at the list only.
     mutable Lock filterLock;
     // Producers wait here and the registration on `cond`, so that the one thread that each side wakes is always of the
     // other side.
     Condition slotFreed;
-    bool closed = false;                    // guarded by lock
-    std::atomic<bool> sessionEnded = false; // atomic; never false again
-    std::atomic<bool> delivering = false;   // atomic; a Delivery has come to the end of its wait
+    bool closed = false;       // guarded by lock
+    bool sessionEnded = false; // guarded by lock
 };
 
 } // namespace Zv::Tessel::Server::Shared::WMI

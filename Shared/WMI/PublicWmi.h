@@ -29,7 +29,8 @@ public:
                                        const wchar_t* nameSpace, bool asArray, Services::JsonDocument& response,
                                        const wchar_t* logContext) const;
 
-    // Calls the callback with the MOF text of each instance, unless it is empty. What the callback throws passes out.
+    // Calls the callback with the MOF text of each instance, unless it is empty. Whatever the callback
+    // throws ends the command with GeneralFailure.
     [[nodiscard]] int GetClassObjectText(const wchar_t* className, const wchar_t* filter, const wchar_t* nameSpace,
                                          const Services::ProgressCallback& progressCallback,
                                          const wchar_t* logContext) const;

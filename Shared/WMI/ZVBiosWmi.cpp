@@ -23,7 +23,6 @@ bool ZVBiosWmi::GetReady(const wchar_t* logContext)
     }
 
     constexpr const char* method = "GetReady";
-    const Bstr path{FirmwareNamespace}; // raises before COM is joined, or not at all
     const ClassLog log = Log(logContext);
     m_services.Reset();
     JoinMultithreadedApartment(log, method);
@@ -34,7 +33,16 @@ bool ZVBiosWmi::GetReady(const wchar_t* logContext)
     {
         return false; // COM stays initialised here: only what follows is balanced
     }
-    HRESULT hr = ConnectServer(*locator.Get(), path, m_services);
+    HRESULT hr = S_OK;
+    try
+    {
+        hr = ConnectServer(*locator.Get(), Bstr{FirmwareNamespace}, m_services);
+    }
+    catch (...)
+    {
+        CoUninitialize(); // no memory for the path
+        throw;
+    }
     locator.Reset();
     hr = Checked(hr, m_services.Get(), log, method, ConnectServerCall);
     if (SUCCEEDED(hr))

@@ -172,6 +172,9 @@ TEST_F(FirmwareConnection, IsGivenUpCleanlyWhenMemoryForTheNamespaceRunsOut)
     EXPECT_EQ(Run(2, Request).code, 0x20000002);
 
     EXPECT_EQ(wmi->Outstanding(), 0);
+    EXPECT_THAT(transcript.Of({L"CoCreateInstance", L"IWbemLocator", L"CoUninitialize"}),
+                testing::ElementsAre(testing::StartsWith(L"CoCreateInstance"), Leave, LocatorGone))
+        << "the namespace is named when the locator is there";
 }
 
 } // namespace

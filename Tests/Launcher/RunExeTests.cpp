@@ -37,6 +37,13 @@ TEST_F(RunExeTests, AProcessIsCreatedWithTheUsersEnvironment)
                               L"CloseHandle(process)", L"DestroyEnvironmentBlock(environment)"}));
 }
 
+TEST_F(RunExeTests, WithoutATokenNothingIsStarted)
+{
+    EXPECT_FALSE(launcher->RunExeAsUser(L"C:\\a.exe", L"C:\\dir", nullptr, L"a -x", processId, {}));
+    EXPECT_EQ(processId, 77U);
+    EXPECT_EQ(Story(), Lines({Attempting}));
+}
+
 TEST_F(RunExeTests, TheShortFormInheritsNothing)
 {
     EXPECT_TRUE(launcher->RunExeAsUser(L"C:\\a.exe", L"C:\\dir", token, L"a -x"));

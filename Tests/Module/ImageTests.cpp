@@ -102,6 +102,10 @@ TEST(ModuleImage, TakesFromTheLowestDllOnlyWhatNoOtherHas)
     }
     EXPECT_THAT(low, testing::UnorderedElementsAre("RtlGetVersion", "RtlDllShutdownInProgress"));
     EXPECT_TRUE(imports.Contains("kernel32.dll", "GetStagedPackageOrigin"));
+    for (const char* const time : {"_time64", "_localtime64_s", "wcsftime"})
+    {
+        EXPECT_TRUE(imports.Contains(nullptr, time)) << time;
+    }
 }
 
 TEST(ModuleImage, SaysItsVersion)

@@ -137,6 +137,7 @@ TEST_F(Response, SurvivesTheFailureOfAnyAllocation)
         Fail(site, Fault::Nth(call, 0));
         const Reply reply = Run(16, Request);
         EXPECT_TRUE(reply.code == 0x20000002 || reply.code == 0) << site << " " << call << ": " << reply.code;
+        EXPECT_NE(reply.slot, Reply::Slot::Untouched) << site << " " << call;
         EXPECT_EQ(ledgers.heap.Count(), before) << site << " " << call;
         plan.Clear();
         EXPECT_EQ(Run(16, Request).code, 0) << "after " << site << " " << call;

@@ -104,6 +104,23 @@ ABI_TEST(CallbackThatThrows, WhatHasNoName)
     EndsTheCommand(ThrowsInCall{&RaiseUnnamed});
 }
 
+ABI_TEST(CallbackThatCannotBeCopied, EndsTheCommandWithNoCodeOfItsOwn)
+{
+    static constexpr unsigned int functions[] = {4, 256};
+    Session session;
+    for (const unsigned int function : functions)
+    {
+        Counts counts;
+        wchar_t* response = nullptr;
+        const int code =
+            session.Host().ExecuteCommand(session.Handle(), function, Text{BiosText}, &response,
+                                          MakeCallback<LargeSize>(counts, ThrowsInCopy{&ThrowNumber}), nullptr);
+        CHECK_EQUAL(GeneralFailure, code);
+        session.Host().FreeBuffer(response);
+        CHECK_EQUAL(0, counts.alive);
+    }
+}
+
 ABI_TEST(CallbackThatCannotBeCopied, EndsTheCommand)
 {
     Session session;
