@@ -4,7 +4,9 @@
 #include "Host/Console.h"
 #include "Host/Environment.h"
 #include "Host/Failure.h"
+#include "Host/Interruption.h"
 #include "Host/Json.h"
+#include "Host/Numbers.h"
 #include "Host/ResultCodes.h"
 
 #include <CLI/CLI.hpp>
@@ -28,6 +30,7 @@ constexpr char Examples[] = R"(Examples:
   wmihost get Win32_LogicalDisk FileSystem --where "DeviceID = 'C:'"
   wmihost text Win32_BIOS
   wmihost run 16 request.json
+  wmihost events --id 20
 
 )";
 
@@ -73,6 +76,8 @@ public:
         m_app
             .add_option("--simulate", m_options.simulateFile, "Work on the simulated machine that this file describes")
             ->type_name("FILE");
+        AddSeconds(m_app, "--timeout", m_options.timeout,
+                   "Give up after so long, whatever is under way (the module itself waits without limit)");
 
         for (const std::unique_ptr<Command>& command : m_commands)
         {
@@ -183,14 +188,30 @@ void Report(Console& console, const GlobalOptions& options, const Failure& failu
     }
 }
 
+ExitCode RunCommand(Command& command, const GlobalOptions& options, Console& console, const Interruption& interruption)
+{
+    try
+    {
+        Environment environment{options, console, interruption};
+        return command.Run(environment);
+    }
+    catch (const Failure&)
+    {
+        interruption.Check(); // which is why it failed
+        throw;
+    }
+}
+
 ExitCode Run(Console& console, const std::vector<std::string>& arguments)
 {
     Parser parser;
     try
     {
         Command& command = parser.Parse(arguments);
-        Environment environment{parser.Options(), console};
-        return command.Run(environment);
+        const GlobalOptions& options = parser.Options();
+        const Interruption interruption{options.timeout,
+                                        [&](const Failure& failure) { Report(console, options, failure); }};
+        return RunCommand(command, options, console, interruption);
     }
     catch (const CLI::Success&)
     {

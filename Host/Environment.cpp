@@ -14,7 +14,10 @@ namespace
 constexpr wchar_t LoggingProvider[] = L"Zv-Tessel-SystemInformation";
 }
 
-Environment::Environment(const GlobalOptions& options, Console& console) : m_options{options}, m_console{console}
+Environment::Environment(const GlobalOptions& options, Console& console, const Interruption& interruption)
+    : m_options{options},
+      m_console{console},
+      m_interruption{interruption}
 {
     Logging::LogManager::SetProvider(LoggingProvider);
     if (m_options.log)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Host/Console.h"
+#include "Host/Interruption.h"
 #include "Host/LogOutput.h"
 #include "Host/Module.h"
 #include "Host/Session.h"
@@ -9,6 +10,7 @@
 
 #include "Logging/Sinks.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
@@ -23,6 +25,7 @@ struct GlobalOptions
     std::optional<Logging::Level> log;
     std::string modulePath;   // empty: beside the program
     std::string simulateFile; // description of a machine; empty: this machine
+    std::optional<std::chrono::milliseconds> timeout;
 };
 
 // The service is loaded and the session started when they are first asked for, so that subcommands that need none
@@ -30,13 +33,14 @@ struct GlobalOptions
 class Environment
 {
 public:
-    Environment(const GlobalOptions& options, Console& console);
+    Environment(const GlobalOptions& options, Console& console, const Interruption& interruption);
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
     ~Environment() = default;
 
     [[nodiscard]] const GlobalOptions& Options() const noexcept { return m_options; }
     [[nodiscard]] Console& Output() const noexcept { return m_console; }
+    [[nodiscard]] const Interruption& GetInterruption() const noexcept { return m_interruption; }
 
     [[nodiscard]] Module& LoadedModule(); // throws Failure(ModuleMissing)
     [[nodiscard]] Session& OpenSession(); // likewise
@@ -49,6 +53,7 @@ public:
 private:
     const GlobalOptions& m_options;
     Console& m_console;
+    const Interruption& m_interruption;
     Simulator::UserSessionOptions m_userOptions;
     std::optional<LogOutput> m_log;
     std::optional<Module> m_module;

@@ -11,6 +11,8 @@ enum class ExitCode : int
     BadInput = 2,        // the command line or a request cannot be used
     ModuleMissing = 3,   // WMIService.dll cannot be loaded or gives no service
     InputOutput = 4,     // a file or stream cannot be read or written
+    TimedOut = 5,        // --timeout has run out
+    Interrupted = 6,     // Ctrl-C, or the console was closed, before what was asked for was done
     FirmwareRefused = 7, // the firmware answered with a code other than 0, or without the bytes asked for
     InternalError = 70,  // out of memory, or an error in wmihost itself
 };
@@ -22,6 +24,8 @@ inline constexpr char ExitCodeHelp[] = R"(Exit codes:
   2   the command line or the request cannot be used
   3   the module cannot be loaded
   4   a file or a stream cannot be read or written
+  5   --timeout has run out
+  6   Ctrl-C came first; "events" that nothing else would end give 0
   7   the firmware refused, with a return code that is printed, or sent no bytes
   70  out of memory, or an error in wmihost itself)";
 

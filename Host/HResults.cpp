@@ -10,6 +10,8 @@ namespace
 
 constexpr std::array Table = {
     HResultInfo{0x80004001, "E_NOTIMPL", "not offered by this system", "This system's WMI lacks the operation."},
+    HResultInfo{0x80004003, "E_POINTER", "a part of WMI is missing",
+                "This system's WMI lacks the unsecured apartment, through which events are delivered."},
     HResultInfo{0x80004005, "E_FAIL", "unspecified failure", "See the event log of WMI-Activity."},
     HResultInfo{0x80010106, "RPC_E_CHANGED_MODE", "the thread has joined COM in another mode",
                 "Call the module on a thread that has not joined a single-threaded apartment."},

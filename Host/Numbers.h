@@ -1,13 +1,30 @@
-// Numbers on the command line.
+// Numbers and times on the command line.
 #pragma once
 
+#include <CLI/App.hpp>
+
+#include <chrono>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace Zv::Host
 {
 
-// Decimal, or hexadecimal behind 0x; nothing when it is neither or does not fit.
+// Decimal digits, or 0x and hexadecimal digits, of a number that 32 bits hold.
 [[nodiscard]] std::optional<unsigned int> ParseUnsigned(std::string_view text) noexcept;
+
+// The same with a sign allowed. A number above 2147483647 stands for the negative one with the same bits.
+[[nodiscard]] std::optional<int> ParseSigned(std::string_view text) noexcept;
+
+// What ParseSigned takes, for error lines.
+inline constexpr char SignedRange[] = "a number from -2147483648 to 4294967295, in decimal or 0x and hexadecimal";
+
+// Declares an option that takes a time in seconds, such as 2 or 0.5.
+CLI::Option* AddSeconds(CLI::App& parser, const std::string& name, std::optional<std::chrono::milliseconds>& time,
+                        const std::string& description);
+
+// "1 event", "2 events"
+[[nodiscard]] std::string Counted(std::size_t count, const std::string& noun);
 
 } // namespace Zv::Host

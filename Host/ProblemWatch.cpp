@@ -5,10 +5,48 @@
 
 #include <charconv>
 #include <new>
+#include <optional>
 #include <string_view>
 
 namespace Zv::Host
 {
+
+namespace
+{
+
+// Of "failed on function CALL with HRESULT 0xDIGITS".
+struct FailedCall
+{
+    std::string_view call;
+    std::string_view digits;
+    unsigned int status = 0;
+};
+
+// Takes the names of the class and method that logged it off.
+std::string_view WithoutPrefix(std::string_view text)
+{
+    constexpr std::string_view endOfPrefix = " - ";
+    const std::size_t prefix = text.find(endOfPrefix);
+    return prefix == std::string_view::npos ? text : text.substr(prefix + endOfPrefix.size());
+}
+
+std::optional<FailedCall> FindFailedCall(std::string_view logText)
+{
+    constexpr std::string_view failure = "failed on function ";
+    constexpr std::string_view status = " with HRESULT 0x";
+
+    const std::string_view text = WithoutPrefix(logText);
+    const std::size_t end = text.find(status);
+    if (!text.starts_with(failure) || end == std::string_view::npos)
+    {
+        return std::nullopt;
+    }
+    FailedCall failed{text.substr(failure.size(), end - failure.size()), text.substr(end + status.size())};
+    std::from_chars(failed.digits.data(), failed.digits.data() + failed.digits.size(), failed.status, 16);
+    return failed;
+}
+
+} // namespace
 
 ProblemWatch::ProblemWatch(std::wstring clientId)
     : m_clientId{std::move(clientId)},
@@ -20,6 +58,7 @@ void ProblemWatch::Forget()
 {
     const std::lock_guard held{m_mutex};
     m_text.clear();
+    m_isCall = false;
 }
 
 std::string ProblemWatch::Problem() const
@@ -28,13 +67,19 @@ std::string ProblemWatch::Problem() const
     return ProblemText(ToUtf8(m_text));
 }
 
+unsigned int ProblemWatch::Status() const
+{
+    const std::lock_guard held{m_mutex};
+    return ProblemStatus(ToUtf8(m_text));
+}
+
 void ProblemWatch::Keep(const Logging::LogLine& line, void* self) noexcept
 {
     auto& watch = *static_cast<ProblemWatch*>(self);
     const std::wstring_view text{line.text, line.length};
-    const bool isFailure = line.level == Logging::Level::Error ||
-                           text.find(L"failed on function ") != std::wstring_view::npos ||
-                           text.find(L"return data") != std::wstring_view::npos;
+    const bool isCall = text.find(L"failed on function ") != std::wstring_view::npos;
+    const bool isFailure =
+        isCall || line.level == Logging::Level::Error || text.find(L"return data") != std::wstring_view::npos;
     if (!isFailure || line.context == nullptr || watch.m_clientId != line.context)
     {
         return;
@@ -42,7 +87,11 @@ void ProblemWatch::Keep(const Logging::LogLine& line, void* self) noexcept
     try
     {
         const std::lock_guard held{watch.m_mutex};
-        watch.m_text.assign(text);
+        if (isCall || !watch.m_isCall)
+        {
+            watch.m_text.assign(text);
+            watch.m_isCall = isCall;
+        }
     }
     catch (const std::bad_alloc&)
     {
@@ -52,27 +101,20 @@ void ProblemWatch::Keep(const Logging::LogLine& line, void* self) noexcept
 
 std::string ProblemText(const std::string& logText)
 {
-    constexpr std::string_view endOfPrefix = " - ";
-    constexpr std::string_view failure = "failed on function ";
-    constexpr std::string_view status = " with HRESULT 0x";
-
-    std::string_view text = logText;
-    if (const std::size_t prefix = text.find(endOfPrefix); prefix != std::string_view::npos)
+    const std::optional<FailedCall> failed = FindFailedCall(logText);
+    if (!failed)
     {
-        text.remove_prefix(prefix + endOfPrefix.size());
+        return std::string{WithoutPrefix(logText)};
     }
-    const std::size_t digits = text.find(status);
-    if (!text.starts_with(failure) || digits == std::string_view::npos)
-    {
-        return std::string{text};
-    }
-    const std::string_view call = text.substr(failure.size(), digits - failure.size());
-    const std::string_view number = text.substr(digits + status.size());
-    unsigned int code = 0;
-    std::from_chars(number.data(), number.data() + number.size(), code, 16);
-    const HResultInfo* const info = FindHResult(code);
-    return std::string{call} + " gave 0x" + std::string{number} +
+    const HResultInfo* const info = FindHResult(failed->status);
+    return std::string{failed->call} + " gave 0x" + std::string{failed->digits} +
            (info != nullptr ? std::string{" ("} + info->meaning + ')' : "");
+}
+
+unsigned int ProblemStatus(const std::string& logText)
+{
+    const std::optional<FailedCall> failed = FindFailedCall(logText);
+    return failed ? failed->status : 0;
 }
 
 } // namespace Zv::Host

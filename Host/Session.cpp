@@ -34,6 +34,22 @@ private:
     wchar_t* m_text = nullptr;
 };
 
+// Counts a command while it runs.
+class RunningCommand
+{
+public:
+    explicit RunningCommand(std::atomic<int>& running) noexcept : m_running{running}, m_isAlone{running++ == 0} {}
+    RunningCommand(const RunningCommand&) = delete;
+    RunningCommand& operator=(const RunningCommand&) = delete;
+    ~RunningCommand() { --m_running; }
+
+    [[nodiscard]] bool IsAlone() const noexcept { return m_isAlone; }
+
+private:
+    std::atomic<int>& m_running;
+    const bool m_isAlone;
+};
+
 } // namespace
 
 Session::Session(ZVService& service) : m_service{service}, m_problems{ClientId}
@@ -65,7 +81,11 @@ Reply Session::Execute(unsigned int function, std::wstring request, const Progre
         }
     };
 
-    m_problems.Forget();
+    const RunningCommand running{m_running};
+    if (running.IsAlone())
+    {
+        m_problems.Forget();
+    }
     ResponseOwner response{m_service};
     Reply reply;
     reply.code = m_service.ExecuteCommand(m_handle, function, request.data(), response.Receive(),
@@ -79,6 +99,7 @@ Reply Session::Execute(unsigned int function, std::wstring request, const Progre
         reply.response = ToUtf8(response.Get());
     }
     reply.problem = m_problems.Problem();
+    reply.status = m_problems.Status();
     return reply;
 }
 

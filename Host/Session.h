@@ -5,6 +5,7 @@
 
 #include "Services/ZVService.h"
 
+#include <atomic>
 #include <functional>
 #include <optional>
 #include <string>
@@ -19,9 +20,11 @@ struct Reply
     int code = 0;                        // a ResultCode
     std::optional<std::string> response; // JSON; nothing where the module made none
     std::string problem;                 // what ProblemWatch kept of the module's log meanwhile, or empty
+    unsigned int status = 0;             // the HRESULT of the failed call among it, or 0
 };
 
-// Starts a session and ends it with its life. Runs one command at a time.
+// Starts a session and ends it with its life. Commands may run on several threads; what the module logs about one of
+// them then counts as the problem of all that run at that time.
 class Session
 {
 public:
@@ -42,6 +45,7 @@ public:
 private:
     Zv::Tessel::Server::Services::ZVService& m_service;
     ProblemWatch m_problems;
+    std::atomic<int> m_running = 0; // commands
     void* m_handle = nullptr;
 };
 

@@ -6,6 +6,7 @@
 #include "Interception/ImportTable.h"
 
 #include <combaseapi.h>
+#include <rpc.h>
 
 #include <atomic>
 #include <utility>
@@ -24,6 +25,12 @@ HRESULT WINAPI CreateSimulatedInstance(REFCLSID classId, IUnknown* outer, DWORD 
     Simulator::Machine* const machine = g_machine;
     return machine != nullptr ? machine->CreateInstance(classId, outer, context, iid, result)
                               : CoCreateInstance(classId, outer, context, iid, result);
+}
+
+// As Windows answers on a thread that serves no remote call. Wine has no such function.
+RPC_STATUS RPC_ENTRY NoRemoteCall(RPC_BINDING_HANDLE, void*)
+{
+    return RPC_S_NO_CALL_ACTIVE;
 }
 
 } // namespace
@@ -50,8 +57,9 @@ Simulation::Simulation(const std::string& descriptionFile, Simulator::UserSessio
 
 void Simulation::Attach(HMODULE module)
 {
-    m_redirection =
-        Interception::ImportTable{module}.Redirect("ole32.dll", "CoCreateInstance", &CreateSimulatedInstance);
+    const Interception::ImportTable imports{module};
+    m_redirection = imports.Redirect("ole32.dll", "CoCreateInstance", &CreateSimulatedInstance);
+    m_noRemoteCall = imports.Redirect("rpcrt4.dll", "RpcServerInqCallAttributesW", &NoRemoteCall);
     m_user.Attach(module);
 }
 

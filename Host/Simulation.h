@@ -16,8 +16,8 @@ namespace Zv::Host
 [[nodiscard]] Simulator::Machine LoadMachine(const std::string& descriptionFile);
 
 // While it lives, the attached module's requests for WMI objects are answered by the machine that a description file
-// tells of, and those for the signed-in user, packages and processes by that machine's user session; nothing else of
-// the module is touched. One at a time. It must go before the module is unloaded.
+// tells of, and those for the signed-in user, packages and processes by that machine's user session; the commands serve
+// no remote call. Nothing else of the module is touched. One at a time. It must go before the module is unloaded.
 class Simulation
 {
 public:
@@ -34,6 +34,7 @@ public:
     [[nodiscard]] Simulator::UserSession& User() noexcept { return m_user; }
 
 private:
+    Interception::Redirection m_noRemoteCall; // first: undone when the machine has gone and with it its events
     Simulator::Machine m_machine;
     Simulator::UserSession m_user;           // works on the machine's description
     Interception::Redirection m_redirection; // last: undone before the machine goes

@@ -60,7 +60,7 @@ EventChannel::EventChannel(Machine& machine, const std::wstring& name)
 EventChannel::~EventChannel()
 {
     SetEvent(m_stop.Get());
-    // The thread waits for nothing but the pipe and the stop event.
+    // The thread waits for the stop event, or no longer than its patience.
     static_cast<void>(m_worker->WaitFor(INFINITE));
 }
 
@@ -93,32 +93,34 @@ void EventChannel::Serve()
         DWORD size = 0;
         const BOOL connected = ConnectNamedPipe(m_pipe.Get(), &operation);
         const bool waiting = GetLastError() == ERROR_PIPE_CONNECTED; // came before we asked
-        if (((connected == FALSE && waiting) || Finish(operation, connected, INFINITE, size)) &&
-            Finish(operation, ReadFile(m_pipe.Get(), request, sizeof request, nullptr, &operation), Patience, size))
+        if (((connected == FALSE && waiting) || Finish(operation, connected, INFINITE, Stop::Now, size)) &&
+            Finish(operation, ReadFile(m_pipe.Get(), request, sizeof request, nullptr, &operation), Patience, Stop::Now,
+                   size))
         {
             const std::string answer = Answer({request, size});
             DWORD written = 0;
-            // A client that is gone gets no answer; the event is on its way all the same.
+            // The event is on its way: its sender learns that even if the channel is to end because of it. A client
+            // that is gone gets no answer.
             static_cast<void>(
                 Finish(operation,
                        WriteFile(m_pipe.Get(), answer.data(), static_cast<DWORD>(answer.size()), nullptr, &operation),
-                       Patience, written) &&
+                       Patience, Stop::Later, written) &&
                 Finish(operation, ReadFile(m_pipe.Get(), request, sizeof request, nullptr, &operation), Patience,
-                       size));
+                       Stop::Later, size));
         }
         DisconnectNamedPipe(m_pipe.Get());
     }
 }
 
-// Waits for an operation on the pipe; false when it failed, takes too long, or the channel is to end.
-bool EventChannel::Finish(OVERLAPPED& operation, BOOL started, DWORD limit, DWORD& bytes)
+// Waits for an operation on the pipe; false when it failed, takes too long, or the channel is to end now.
+bool EventChannel::Finish(OVERLAPPED& operation, BOOL started, DWORD limit, Stop stop, DWORD& bytes)
 {
     if (started == FALSE && GetLastError() != ERROR_IO_PENDING)
     {
         return false;
     }
-    const HANDLE waited[] = {m_stop.Get(), m_done.Get()};
-    if (WaitForMultipleObjects(2, waited, FALSE, limit) != WAIT_OBJECT_0 + 1)
+    const HANDLE waited[] = {m_done.Get(), m_stop.Get()};
+    if (WaitForMultipleObjects(stop == Stop::Now ? 2 : 1, waited, FALSE, limit) != WAIT_OBJECT_0)
     {
         CancelIo(m_pipe.Get());
         static_cast<void>(GetOverlappedResult(m_pipe.Get(), &operation, &bytes, TRUE));
@@ -139,8 +141,9 @@ std::string EventChannel::Answer(const std::string& request)
     }
     try
     {
+        const std::size_t subscriptions = m_machine.Subscriptions(); // before: no fewer are reached
         m_machine.PostEvent(id, data);
-        return "ok " + std::to_string(m_machine.Subscriptions());
+        return "ok " + std::to_string(subscriptions);
     }
     catch (const std::exception& error)
     {

@@ -15,8 +15,8 @@ namespace Zv::Simulator
 class Machine;
 
 // While it lives, processes of this computer may send events by the channel's name. A request and its answer are one
-// message each on a named pipe, in ASCII: "event ID DATA" is answered with "ok N" (N subscriptions are live; the
-// machine's own threads deliver) or "error" and what is wrong.
+// message each on a named pipe, in ASCII: "event ID DATA" is answered with "ok N" (N subscriptions were live when
+// it came; the machine's own threads deliver) or "error" and what is wrong.
 class EventChannel
 {
 public:
@@ -31,8 +31,14 @@ public:
     [[nodiscard]] static std::string Send(const std::wstring& name, int id, int data, DWORD milliseconds = 5000);
 
 private:
+    enum class Stop
+    {
+        Now,
+        Later
+    };
+
     void Serve();
-    [[nodiscard]] bool Finish(OVERLAPPED& operation, BOOL started, DWORD limit, DWORD& bytes);
+    [[nodiscard]] bool Finish(OVERLAPPED& operation, BOOL started, DWORD limit, Stop stop, DWORD& bytes);
     [[nodiscard]] std::string Answer(const std::string& request);
 
     Machine& m_machine;

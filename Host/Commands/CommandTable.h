@@ -15,6 +15,8 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeSetCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeDefaultsCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeRunCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeEventsCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeSendCommand();
 [[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeCheckCommand();

@@ -2,6 +2,7 @@
 #include "Host/Failure.h"
 #include "Host/Json.h"
 #include "Host/Numbers.h"
+#include "Host/PendingCommand.h"
 #include "Host/RequestText.h"
 #include "Host/ResultCodes.h"
 #include "Host/Utf.h"
@@ -44,7 +45,7 @@ line is an object: {"progress":TEXT} ..., then {"code":N,"name":NAME,"response":
 
 Functions:
   2    ExecuteBiosWmiCommand
-  4    RegisterBiosEventNotification (runs until it is stopped)
+  4    RegisterBiosEventNotification (runs until Ctrl-C or --timeout)
   8    UnregisterBiosWmiEventNotification
   16   GetWmiPropertyValue
   32   GetWmiPropertyValues
@@ -93,10 +94,13 @@ public:
         const bool json = environment.Options().json;
         Console& output = environment.Output();
 
-        const Reply reply = environment.OpenSession().Execute(function, std::move(request), [&](std::string_view text) {
-            output.WriteLine(json ? JsonObject{}.Add("progress", text).Text() : ProgressLine(text));
-        });
+        const Reply reply = ExecuteUntilInterrupted(
+            environment.OpenSession(), environment.GetInterruption(), function, std::move(request),
+            [&](std::string_view text) {
+                output.WriteLine(json ? JsonObject{}.Add("progress", text).Text() : ProgressLine(text));
+            });
         PrintResponse(output, reply, json);
+        environment.GetInterruption().Check();
         if (reply.code != 0)
         {
             // The response, which a failed command may have as well, has said it to programs.

@@ -14,6 +14,8 @@ namespace Zv::Testing
 namespace
 {
 
+constexpr const char* Commands[] = {"get", "text", "firmware", "set", "defaults", "run", "events", "send", "check"};
+
 // A mistake on the command line: exit code 2, nothing on standard output, one line on standard error.
 std::string MistakeOf(const std::vector<std::string>& arguments)
 {
@@ -29,17 +31,20 @@ TEST(HostCommandLine, HelpNamesSubcommandsAndExitCodes)
     const Outcome help = RunHost({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
-    for (const char* const text :
-         {"\n  get ", "\n  text ", "\n  firmware ", "\n  set ", "\n  defaults ", "\n  run ", "\n  check ", "--json",
-          "--log", "--module", "Exit codes:", "\n  0 ", "\n  1 ", "\n  2 ", "\n  3 ", "\n  4 ", "\n  7 ", "\n  70 "})
+    for (const char* const text : {"--json", "--log", "--module", "--timeout", "Exit codes:", "\n  0 ", "\n  1 ",
+                                   "\n  2 ", "\n  3 ", "\n  4 ", "\n  5 ", "\n  6 ", "\n  7 ", "\n  70 "})
     {
         EXPECT_NE(help.output.find(text), std::string::npos) << text;
+    }
+    for (const std::string command : Commands)
+    {
+        EXPECT_NE(help.output.find("\n  " + command + ' '), std::string::npos) << command;
     }
 }
 
 TEST(HostCommandLine, EverySubcommandHasHelpWithTwoExamples)
 {
-    for (const std::string command : {"get", "text", "firmware", "set", "defaults", "run", "check"})
+    for (const std::string command : Commands)
     {
         const Outcome help = RunHost({command, "--help"});
         EXPECT_EQ(help.exitCode, 0) << command;

@@ -40,6 +40,25 @@ TEST(HostProblem, KeepsOtherErrorsWithoutWhoLoggedThem)
     EXPECT_EQ(watch.Problem(), "cannot allocate memory for *outString");
 }
 
+TEST(HostProblem, AnErrorThatFollowsAFailedCallDoesNotHideIt)
+{
+    const Host::ProblemWatch watch{L"client"};
+    Logger().LogWarning(CreateLoggingData(FailedCall, L"client"), "class A", "B", L"F", 0x80041010U);
+    Logger().LogError(CreateLoggingData(L"%S.%S - unable to create it", L"client"), "class A", "B");
+    EXPECT_EQ(watch.Problem(), "F gave 0x80041010 (no such class)");
+    EXPECT_EQ(watch.Status(), 0x80041010U);
+}
+
+TEST(HostProblem, AnErrorWithoutACallHasNoStatus)
+{
+    Host::ProblemWatch watch{L"client"};
+    Logger().LogWarning(CreateLoggingData(FailedCall, L"client"), "class A", "B", L"F", 0x80041010U);
+    watch.Forget();
+    Logger().LogError(CreateLoggingData(L"%S.%S - unable to create it", L"client"), "class A", "B");
+    EXPECT_EQ(watch.Problem(), "unable to create it");
+    EXPECT_EQ(watch.Status(), 0U);
+}
+
 TEST(HostProblem, IgnoresOtherClientsAndWarningsAboutTheRequest)
 {
     const Host::ProblemWatch watch{L"client"};

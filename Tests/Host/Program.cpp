@@ -1,7 +1,5 @@
 #include "Program.h"
 
-#include "TemporaryFolder.h"
-
 #include "Host/Module.h"
 #include "Host/Utf.h"
 #include "Shared/Handle.h"
@@ -70,15 +68,14 @@ std::vector<std::string> Outcome::OutputLines() const
     return lines;
 }
 
-Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                   std::string_view input)
+StartedProgram::StartedProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                               std::string_view input, unsigned long flags)
+    : m_name{program.string()}
 {
-    // Files rather than pipes: they take everything without anybody reading meanwhile.
-    const TemporaryFolder folder;
-    static_cast<void>(folder.Write("in", input));
-    const Handle in = OpenInheritable(folder / "in", GENERIC_READ, OPEN_EXISTING);
-    const Handle out = OpenInheritable(folder / "out", GENERIC_WRITE, CREATE_ALWAYS);
-    const Handle error = OpenInheritable(folder / "error", GENERIC_WRITE, CREATE_ALWAYS);
+    static_cast<void>(m_folder.Write("in", input));
+    const Handle in = OpenInheritable(m_folder / "in", GENERIC_READ, OPEN_EXISTING);
+    const Handle out = OpenInheritable(m_folder / "out", GENERIC_WRITE, CREATE_ALWAYS);
+    const Handle error = OpenInheritable(m_folder / "error", GENERIC_WRITE, CREATE_ALWAYS);
 
     std::wstring commandLine = Quoted(program.wstring());
     for (const std::string& argument : arguments)
@@ -92,21 +89,55 @@ Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::
     startup.hStdOutput = out.Get();
     startup.hStdError = error.Get();
     PROCESS_INFORMATION information{};
-    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
                        &information) == FALSE)
     {
-        throw std::runtime_error{"cannot start " + program.string() + ": error " + std::to_string(GetLastError())};
+        throw std::runtime_error{"cannot start " + m_name + ": error " + std::to_string(GetLastError())};
     }
-    const Handle process{information.hProcess};
+    m_process = Handle{information.hProcess};
+    m_id = information.dwProcessId;
     const Handle thread{information.hThread};
-    if (WaitForSingleObject(process.Get(), Watchdog) != WAIT_OBJECT_0)
+}
+
+StartedProgram::~StartedProgram()
+{
+    if (WaitForSingleObject(m_process.Get(), 0) != WAIT_OBJECT_0)
     {
-        TerminateProcess(process.Get(), 1);
-        throw std::runtime_error{program.string() + " does not end"};
+        TerminateProcess(m_process.Get(), 1);
+        WaitForSingleObject(m_process.Get(), Watchdog);
+    }
+}
+
+void StartedProgram::WaitForError(std::string_view text) const
+{
+    const ULONGLONG end = GetTickCount64() + Watchdog;
+    while (TemporaryFolder::Read(m_folder / "error").find(text) == std::string::npos)
+    {
+        if (WaitForSingleObject(m_process.Get(), 20) == WAIT_OBJECT_0 || GetTickCount64() > end)
+        {
+            throw std::runtime_error{m_name + " does not say \"" + std::string{text} + "\" but \"" +
+                                     TemporaryFolder::Read(m_folder / "error") + '"'};
+        }
+    }
+}
+
+Outcome StartedProgram::WaitForEnd() const
+{
+    if (WaitForSingleObject(m_process.Get(), Watchdog) != WAIT_OBJECT_0)
+    {
+        throw std::runtime_error{m_name + " does not end; it wrote \"" + TemporaryFolder::Read(m_folder / "error") +
+                                 '"'};
     }
     DWORD exitCode = 0;
-    GetExitCodeProcess(process.Get(), &exitCode);
-    return {static_cast<int>(exitCode), TemporaryFolder::Read(folder / "out"), TemporaryFolder::Read(folder / "error")};
+    GetExitCodeProcess(m_process.Get(), &exitCode);
+    return {static_cast<int>(exitCode), TemporaryFolder::Read(m_folder / "out"),
+            TemporaryFolder::Read(m_folder / "error")};
+}
+
+Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                   std::string_view input)
+{
+    return StartedProgram{program, arguments, input}.WaitForEnd();
 }
 
 Outcome RunHost(const std::vector<std::string>& arguments, std::string_view input)
@@ -118,6 +149,14 @@ Outcome RunSimulated(const std::string& machine, std::vector<std::string> argume
 {
     arguments.insert(arguments.end(), {"--simulate", ZV_MACHINES "/" + machine + ".json"});
     return RunHost(arguments, input);
+}
+
+std::string EventMachine(const std::string& schedule)
+{
+    return R"({"version":1,"name":"m","namespaces":[{"path":"root\\wmi","classes":[{"name":"zvqBEvnt","event":true,)"
+           R"("properties":{"EventID":"uint32","EventData":"uint32"}}]}],"events":{"namespace":"root\\wmi",)"
+           R"("class":"zvqBEvnt","threads":1,"schedule":[)" +
+           schedule + "]}}";
 }
 
 std::filesystem::path HostFolder()

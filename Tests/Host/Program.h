@@ -1,6 +1,10 @@
 // Runs programs and keeps what they write.
 #pragma once
 
+#include "TemporaryFolder.h"
+
+#include "Shared/Handle.h"
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -18,8 +22,35 @@ struct Outcome
     [[nodiscard]] std::vector<std::string> OutputLines() const; // without blanks at their ends
 };
 
-// Arguments are UTF-8 and reach the program as they are, whatever characters they hold. Throws std::runtime_error when
-// the program cannot be started or has not ended after a minute (it is ended then).
+// A program that runs while the test goes on; it is ended when the owner goes before that.
+class StartedProgram
+{
+public:
+    // Arguments are UTF-8 and reach the program as they are, whatever characters they hold. The flags are those of
+    // CreateProcess. Throws std::runtime_error when it cannot be started.
+    StartedProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                   std::string_view input = {}, unsigned long flags = 0);
+    StartedProgram(const StartedProgram&) = delete;
+    StartedProgram& operator=(const StartedProgram&) = delete;
+    ~StartedProgram();
+
+    [[nodiscard]] unsigned long Id() const noexcept { return m_id; }
+
+    // Waits until standard error has this text. Throws std::runtime_error when it has not after a minute.
+    void WaitForError(std::string_view text) const;
+
+    // Throws std::runtime_error when it has not ended after a minute.
+    [[nodiscard]] Outcome WaitForEnd() const;
+
+private:
+    // Files rather than pipes: they take everything without anybody reading meanwhile.
+    const TemporaryFolder m_folder;
+    const std::string m_name;
+    Tessel::Server::Shared::Handle m_process;
+    unsigned long m_id = 0;
+};
+
+// Runs it to its end; throws as the above.
 [[nodiscard]] Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                                  std::string_view input = {});
 
@@ -29,6 +60,9 @@ struct Outcome
 // The same on a machine of Simulator/machines, such as "notebook".
 [[nodiscard]] Outcome RunSimulated(const std::string& machine, std::vector<std::string> arguments,
                                    std::string_view input = {});
+
+// A description of a machine that has firmware events alone, with this schedule (the JSON of a list's items).
+[[nodiscard]] std::string EventMachine(const std::string& schedule);
 
 // The folder of wmihost.exe and the module.
 [[nodiscard]] std::filesystem::path HostFolder();

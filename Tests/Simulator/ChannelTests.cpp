@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <system_error>
 #include <vector>
 
@@ -40,6 +41,27 @@ TEST(ChannelTests, EventsAreSentByName)
     EXPECT_EQ("ok 1", EventChannel::Send(ChannelName(), -1, 7));
     EXPECT_TRUE(sink.WaitForEvents(1, 20000));
     EXPECT_EQ(L"VT_I4 -1, VT_I4 7", sink.Events().back());
+    EXPECT_EQ(S_OK, services->CancelAsyncCall(&sink));
+}
+
+TEST(ChannelTests, TheSenderGetsItsAnswerEvenIfTheEventEndsTheChannel)
+{
+    const Watchdog watchdog{"TheSenderGetsItsAnswerEvenIfTheEventEndsTheChannel"};
+    Machine machine = LoadMachine("notebook.json");
+    Sink sink;
+    const ComPtr<IWbemServices> services = Connected(machine, L"root/wmi");
+    ASSERT_EQ(S_OK, services->ExecNotificationQueryAsync(Bstr{L"WQL"}.Get(), Bstr{L"SELECT * FROM zvqBEvnt"}.Get(), 0,
+                                                         nullptr, &sink));
+    for (int round = 1; round <= 20; ++round)
+    {
+        auto channel = std::make_unique<EventChannel>(machine, ChannelName());
+        std::atomic<bool> answered = false;
+        const Simulator::Worker sender{[&] { answered = EventChannel::Send(ChannelName(), round, 0) == "ok 1"; }};
+        ASSERT_TRUE(sink.WaitForEvents(static_cast<std::size_t>(round), 20000));
+        channel.reset();
+        ASSERT_TRUE(sender.WaitFor(20000));
+        EXPECT_TRUE(answered) << round;
+    }
     EXPECT_EQ(S_OK, services->CancelAsyncCall(&sink));
 }
 

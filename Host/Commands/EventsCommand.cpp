@@ -1,0 +1,243 @@
+#include "Host/Commands/CommandTable.h"
+#include "Host/EventFeed.h"
+#include "Host/Failure.h"
+#include "Host/Json.h"
+#include "Host/Numbers.h"
+#include "Host/SystemError.h"
+#include "Host/Utf.h"
+
+#include "Simulator/EventChannel.h"
+
+#include <atomic>
+#include <cstdio>
+#include <system_error>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr char Footer[] = R"(Prints one line per event, as it comes: local time, id and data, both in decimal and
+hexadecimal. With --json: {"time":TEXT,"eventId":N,"eventData":N}. Standard error says when
+it listens and, at the end, how many events came.
+
+Goes on until Ctrl-C, or what --count or --for say. Before it ends it unregisters.
+
+On a simulated machine the events of the description come, and with --channel those that
+other processes send (wmihost send).
+
+Examples:
+  wmihost events
+  wmihost events --id 20 --id 0x20001 --count 1 --json
+  wmihost events --simulate machine.json --channel desk --for 60)";
+
+std::string LocalTime(char separator)
+{
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    char text[64];
+    static_cast<void>(std::snprintf(text, sizeof text, "%04u-%02u-%02u%c%02u:%02u:%02u.%03u", now.wYear, now.wMonth,
+                                    now.wDay, separator, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds));
+    return text;
+}
+
+std::string BothBases(int number)
+{
+    char text[32];
+    static_cast<void>(std::snprintf(text, sizeof text, "%d (0x%x)", number, static_cast<unsigned int>(number)));
+    return text;
+}
+
+std::string CheckId(const std::string& text)
+{
+    const std::optional<int> id = ParseSigned(text);
+    if (!id)
+    {
+        return '"' + text + "\" is no event id: an id is " + SignedRange;
+    }
+    return *id != 0 ? std::string{} : "0 is no event id; without --id every event is printed";
+}
+
+std::string CheckCount(const std::string& text)
+{
+    return ParseUnsigned(text).value_or(0) != 0 ? std::string{}
+                                                : "must be a number from 1 to 4294967295, not \"" + text + "\"";
+}
+
+std::string CheckChannel(const std::string& text)
+{
+    return !text.empty() && text.size() <= 100 && text.find('\\') == std::string::npos
+               ? std::string{}
+               : "must be a name of 1 to 100 characters without backslashes";
+}
+
+// Prints each event, up to a number of them. Called on one thread at a time.
+class EventPrinter
+{
+public:
+    EventPrinter(Console& output, bool json, std::size_t most) noexcept : m_output{output}, m_json{json}, m_most{most}
+    {
+    }
+    EventPrinter(const EventPrinter&) = delete;
+    EventPrinter& operator=(const EventPrinter&) = delete;
+    ~EventPrinter() = default;
+
+    // Set when that number is there or nothing can be printed.
+    [[nodiscard]] HANDLE Done() const noexcept { return m_done.Event(); }
+    [[nodiscard]] std::size_t Count() const noexcept { return m_count; }
+
+    void Print(std::string_view text)
+    {
+        if (m_count == m_most)
+        {
+            return; // came before the registration has ended
+        }
+        try
+        {
+            m_output.WriteLine(LineOf(text));
+        }
+        catch (...)
+        {
+            m_done.Set();
+            throw;
+        }
+        if (++m_count == m_most)
+        {
+            m_done.Set();
+        }
+    }
+
+private:
+    [[nodiscard]] std::string LineOf(std::string_view text) const
+    {
+        JsonDocument event;
+        event.Parse(text.data(), text.size());
+        if (event.HasParseError() || !event.IsObject() || !event.HasMember("eventId") || !event["eventId"].IsInt() ||
+            !event.HasMember("eventData") || !event["eventData"].IsInt())
+        {
+            throw Failure{ExitCode::InternalError, "the module's event has no id and data: " + std::string{text}};
+        }
+        const int id = event["eventId"].GetInt();
+        const int data = event["eventData"].GetInt();
+        return m_json ? JsonObject{}.Add("time", LocalTime('T')).Add("eventId", id).Add("eventData", data).Text()
+                      : LocalTime(' ') + "  id " + BothBases(id) + "  data " + BothBases(data);
+    }
+
+    Console& m_output;
+    const bool m_json;
+    const std::size_t m_most;
+    const Signal m_done;
+    std::atomic<std::size_t> m_count = 0;
+};
+
+class EventsCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "events"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Show firmware events as they come"; }
+
+    void Declare(CLI::App& parser) override
+    {
+        parser.add_option("--id", m_ids, "Only events with this id; may be given several times")
+            ->type_name("N")
+            ->allow_extra_args(false)
+            ->check(CheckId);
+        parser.add_option("--count", m_count, "End after so many events")->type_name("N")->check(CheckCount);
+        AddSeconds(parser, "--for", m_time, "End after so long");
+        parser.add_option("--channel", m_channel, "Take events for the simulated machine from other processes")
+            ->type_name("NAME")
+            ->check(CheckChannel);
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        if (!m_channel.empty() && environment.Options().simulateFile.empty())
+        {
+            throw Failure{ExitCode::BadInput,
+                          "wmihost events: --channel goes with --simulate; see wmihost events --help"};
+        }
+        std::vector<int> ids;
+        for (const std::string& id : m_ids)
+        {
+            ids.push_back(ParseSigned(id).value_or(0));
+        }
+        Session& session = environment.OpenSession();
+        EventPrinter printer{environment.Output(), environment.Options().json,
+                             m_count.empty() ? SIZE_MAX : ParseUnsigned(m_count).value_or(0)};
+        EventFeed feed{session, ids, [&](std::string_view text) { printer.Print(text); }};
+        Follow(environment, feed, printer);
+        feed.Stop();
+
+        if (const Reply* const failed = feed.Failed())
+        {
+            throw CommandFailure{failed->code, WhyNoEvents(*failed)};
+        }
+        environment.Output().WriteErrorLine(Counted(printer.Count(), "event"));
+        const Interruption& interruption = environment.GetInterruption();
+        const bool endless = m_count.empty() && !m_time;
+        if (!(endless && interruption.IsByUser())) // which is the way to end it
+        {
+            interruption.Check();
+        }
+        return ExitCode::Success;
+    }
+
+private:
+    // Returns when nothing more is to be printed.
+    void Follow(Environment& environment, const EventFeed& feed, const EventPrinter& printer) const
+    {
+        const HANDLE waited[] = {environment.GetInterruption().Event(), printer.Done(), feed.Changed()};
+        std::unique_ptr<const Simulator::EventChannel> channel;
+        ULONGLONG end = 0; // once it listens
+        while (!feed.HasEnded())
+        {
+            if (end == 0 && feed.IsListening())
+            {
+                channel = OpenChannel(environment);
+                environment.Output().WriteErrorLine("listening");
+                end = m_time ? GetTickCount64() + static_cast<ULONGLONG>(m_time->count()) : ULLONG_MAX;
+            }
+            const ULONGLONG now = GetTickCount64();
+            const DWORD limit =
+                end == 0 || end == ULLONG_MAX ? INFINITE : static_cast<DWORD>(end > now ? end - now : 0);
+            if (WaitForMultipleObjects(3, waited, FALSE, limit) != WAIT_OBJECT_0 + 2)
+            {
+                return;
+            }
+        }
+    }
+
+    [[nodiscard]] std::unique_ptr<const Simulator::EventChannel> OpenChannel(Environment& environment) const
+    {
+        if (m_channel.empty())
+        {
+            return nullptr;
+        }
+        try
+        {
+            return std::make_unique<const Simulator::EventChannel>(environment.Simulated()->Machine(),
+                                                                   ToUtf16(m_channel));
+        }
+        catch (const std::system_error& error)
+        {
+            throw Failure{ExitCode::InputOutput, "cannot open the channel " + m_channel + ": " +
+                                                     SystemErrorText(static_cast<unsigned long>(error.code().value()))};
+        }
+    }
+
+    std::vector<std::string> m_ids;
+    std::string m_count;
+    std::optional<std::chrono::milliseconds> m_time;
+    std::string m_channel;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeEventsCommand()
+{
+    return std::make_unique<EventsCommand>();
+}
+
+} // namespace Zv::Host

@@ -1,0 +1,120 @@
+#include "Host/Commands/CommandTable.h"
+#include "Host/Commands/FirmwareEvent.h"
+#include "Host/Failure.h"
+#include "Host/Json.h"
+#include "Host/Numbers.h"
+#include "Host/SystemError.h"
+#include "Host/Utf.h"
+
+#include "Simulator/EventChannel.h"
+
+#include <system_error>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr char Footer[] = R"(The machine is one that "wmihost events --simulate FILE --channel NAME" runs on.
+DATA is 0 unless given; ID and DATA are decimal, or hexadecimal with 0x.
+
+Prints how many subscriptions each event reaches; with --json:
+{"eventId":N,"eventData":N,"subscriptions":N}.
+
+Examples:
+  wmihost send desk 20:0xff0000
+  wmihost send desk 21 3 0x20001:7)";
+
+// How long a simulation that is just starting is waited for.
+constexpr std::chrono::seconds Patience{5};
+constexpr std::chrono::milliseconds RetryTime{50};
+
+class SendCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "send"; }
+    [[nodiscard]] const char* Description() const noexcept override
+    {
+        return "Send firmware events to a simulated machine that is running";
+    }
+
+    void Declare(CLI::App& parser) override
+    {
+        parser.add_option("CHANNEL", m_channel, "Name of the machine's channel")->required();
+        parser.add_option("ID[:DATA]", m_events, "Events to send, in this order")->required()->check(CheckEvent);
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        for (const std::string& text : m_events)
+        {
+            const FirmwareEvent event = ParseEvent(text).value_or(FirmwareEvent{});
+            const int subscriptions = Send(environment.GetInterruption(), event);
+            Console& output = environment.Output();
+            environment.Options().json
+                ? output.WriteLine(JsonObject{}
+                                       .Add("eventId", event.id)
+                                       .Add("eventData", event.data)
+                                       .Add("subscriptions", subscriptions)
+                                       .Text())
+                : output.WriteLine(event.Text() + " sent to " +
+                                   Counted(static_cast<std::size_t>(subscriptions), "subscription"));
+        }
+        return ExitCode::Success;
+    }
+
+private:
+    // Returns how many subscriptions the event reaches.
+    [[nodiscard]] int Send(const Interruption& interruption, const FirmwareEvent& event) const
+    {
+        constexpr std::string_view good = "ok ";
+        const std::string answer = Ask(interruption, event);
+        const std::optional<int> subscriptions =
+            answer.starts_with(good) ? ParseSigned(answer.substr(good.size())) : std::nullopt;
+        if (!subscriptions)
+        {
+            throw Failure{ExitCode::CommandFailed, "event " + event.Text() + " was refused: " + answer};
+        }
+        return *subscriptions;
+    }
+
+    [[nodiscard]] std::string Ask(const Interruption& interruption, const FirmwareEvent& event) const
+    {
+        const ULONGLONG end = GetTickCount64() + std::chrono::milliseconds{Patience}.count();
+        for (;;)
+        {
+            try
+            {
+                return Simulator::EventChannel::Send(ToUtf16(m_channel), event.id, event.data);
+            }
+            catch (const std::system_error& error)
+            {
+                const auto code = static_cast<unsigned long>(error.code().value());
+                if (code != ERROR_FILE_NOT_FOUND || GetTickCount64() >= end)
+                {
+                    throw Failure{ExitCode::InputOutput,
+                                  "cannot reach the channel " + m_channel + ": " + SystemErrorText(code) +
+                                      "; is \"wmihost events --simulate FILE --channel " + m_channel + "\" running?"};
+                }
+            }
+            if (interruption.Wait(RetryTime))
+            {
+                interruption.Check();
+            }
+        }
+    }
+
+    std::string m_channel;
+    std::vector<std::string> m_events;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeSendCommand()
+{
+    return std::make_unique<SendCommand>();
+}
+
+} // namespace Zv::Host

@@ -1,0 +1,178 @@
+#include "Host/Interruption.h"
+
+#include "Shared/Handle.h"
+#include "Shared/Lock.h"
+#include "Simulator/Worker.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+namespace Zv::Host
+{
+
+using std::chrono::milliseconds;
+using Tessel::Server::Shared::Handle;
+using Tessel::Server::Shared::Lock;
+using Tessel::Server::Shared::LockGuard;
+
+namespace
+{
+
+constexpr DWORD Grace = 3000;       // for the program's own end
+constexpr DWORD ReportTime = 1000;  // for the last words
+constexpr DWORD ConsoleTime = 4500; // a closed console's processes are ended after 5 s
+
+Handle MakeEvent()
+{
+    Handle event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    if (!event)
+    {
+        throw std::system_error{static_cast<int>(GetLastError()), std::system_category(), "CreateEvent"};
+    }
+    return event;
+}
+
+bool IsSignalled(const Handle& event, DWORD limit = 0) noexcept
+{
+    return WaitForSingleObject(event.Get(), limit) == WAIT_OBJECT_0;
+}
+
+// "1.5 s"
+std::string SecondsText(milliseconds time)
+{
+    std::string text = std::to_string(time.count() / 1000);
+    if (const auto rest = time.count() % 1000; rest != 0)
+    {
+        text += '.' + std::to_string(1000 + rest).substr(1);
+        text.erase(text.find_last_not_of('0') + 1);
+    }
+    return text + " s";
+}
+
+} // namespace
+
+struct Interruption::State
+{
+    Handle happened = MakeEvent();
+    Handle over = MakeEvent(); // the program has come to its end
+    std::atomic<bool> byUser = false;
+
+    static inline Lock lock;
+    static inline std::shared_ptr<State> current; // guarded by lock; the one that Ctrl-C goes to
+};
+
+Interruption::Interruption(std::optional<milliseconds> timeout, Report report)
+    : m_timeout{timeout},
+      m_report{std::move(report)},
+      m_state{std::make_shared<State>()},
+      m_watch{[this] { Watch(); }}
+{
+    {
+        const LockGuard held{State::lock};
+        State::current = m_state;
+    }
+    SetConsoleCtrlHandler(&OnControl, TRUE);
+}
+
+Interruption::~Interruption()
+{
+    SetConsoleCtrlHandler(&OnControl, FALSE);
+    {
+        const LockGuard held{State::lock};
+        State::current.reset();
+    }
+    SetEvent(m_state->over.Get());
+    m_watch.join();
+}
+
+HANDLE Interruption::Event() const noexcept
+{
+    return m_state->happened.Get();
+}
+
+bool Interruption::Wait(milliseconds limit) const noexcept
+{
+    return IsSignalled(m_state->happened, static_cast<DWORD>(limit.count()));
+}
+
+bool Interruption::IsByUser() const noexcept
+{
+    return m_state->byUser;
+}
+
+Failure Interruption::Reason() const
+{
+    if (IsByUser())
+    {
+        return {ExitCode::Interrupted, "interrupted"};
+    }
+    return {ExitCode::TimedOut, "not done after " + SecondsText(m_timeout.value_or(milliseconds{0})) + " (--timeout)"};
+}
+
+void Interruption::Check() const
+{
+    if (Happened())
+    {
+        throw Failure{Reason()};
+    }
+}
+
+void Interruption::EndProcess(const Failure& failure) const noexcept
+{
+    try
+    {
+        // Whoever hangs may hold the console: the last words are not waited for without limit.
+        const Simulator::Worker words{[report = m_report, failure] { report(failure); }};
+        static_cast<void>(words.WaitFor(ReportTime));
+    }
+    catch (const std::exception&)
+    {
+        OutputDebugStringW(L"wmihost ends without a word: it has no memory or threads left.\n");
+    }
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(failure.Code()));
+    std::abort(); // never comes here
+}
+
+BOOL WINAPI Interruption::OnControl(DWORD type) noexcept
+{
+    std::shared_ptr<State> state;
+    {
+        const LockGuard held{State::lock};
+        state = State::current;
+    }
+    if (state == nullptr || state->byUser.exchange(true))
+    {
+        return FALSE; // the system ends the process
+    }
+    SetEvent(state->happened.Get());
+    if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT)
+    {
+        static_cast<void>(IsSignalled(state->over, ConsoleTime)); // the process ends when this returns
+    }
+    return TRUE;
+}
+
+void Interruption::Watch() const noexcept
+{
+    const HANDLE waited[] = {m_state->over.Get(), m_state->happened.Get()};
+    const DWORD limit = m_timeout ? static_cast<DWORD>(m_timeout->count()) : INFINITE;
+    switch (WaitForMultipleObjects(2, waited, FALSE, limit))
+    {
+    case WAIT_OBJECT_0:
+        return;
+    case WAIT_TIMEOUT:
+        SetEvent(m_state->happened.Get());
+        break;
+    default:
+        break;
+    }
+    if (!IsSignalled(m_state->over, Grace))
+    {
+        const Failure reason = Reason();
+        EndProcess(Failure{reason.Code(), std::string{reason.what()} + "; a call that hangs was left"});
+    }
+}
+
+} // namespace Zv::Host
