@@ -1,7 +1,17 @@
 #include "Host/Application.h"
-#include "Host/CommandLine.h"
+#include "Host/Utf.h"
 
-int main()
+#include <string>
+#include <vector>
+
+// main() would get the arguments in the code page of the user, with characters lost. The C run time takes the command
+// line apart: the function of shell32 would bring that DLL and those behind it into a short-lived process.
+extern "C" int wmain(int count, wchar_t** arguments)
 {
-    return static_cast<int>(Zv::Host::RunApplication(Zv::Host::CommandLineArguments()));
+    std::vector<std::string> texts;
+    for (int i = 1; i < count; ++i)
+    {
+        texts.push_back(Zv::Host::ToUtf8(arguments[i]));
+    }
+    return static_cast<int>(Zv::Host::RunApplication(texts));
 }

@@ -35,8 +35,8 @@ else()
 endif()
 
 # zv_split_symbols(TARGET)
-# Moves the debug information of a DLL into a file beside it, TARGET.dll.debug, which debuggers find by its name. With
-# Microsoft's compiler it is in a PDB file anyway.
+# Moves the debug information of a DLL or program into a file beside it, TARGET.dll.debug, which debuggers find by its
+# name. With Microsoft's compiler it is in a PDB file anyway.
 function(zv_split_symbols target)
   if(MSVC OR ZV_COVERAGE)
     return()

@@ -108,6 +108,12 @@ TEST(HostCommandLine, ArgumentsKeepEveryCharacter)
         << where.error;
 }
 
+TEST(HostCommandLine, StarsAreNotReplacedByFileNames)
+{
+    EXPECT_EQ(MistakeOf({"*"}).rfind("there is no subcommand \"*\"", 0), 0U);
+    EXPECT_EQ(MistakeOf({"?:\\*"}).rfind("there is no subcommand \"?:\\*\"", 0), 0U);
+}
+
 TEST(HostCommandLine, MistakesAreJsonForProgramsToo)
 {
     const Outcome outcome = RunHost({"--json", "get", "X"});
