@@ -1,0 +1,129 @@
+// wmihost get against the system's own wmic: whole processes, the same question.
+
+#include "Benchmarks/Measure.h"
+#include "Benchmarks/Report.h"
+#include "Shared/Handle.h"
+
+#include <windows.h>
+
+#include <array>
+#include <cstddef>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+using namespace Zv::Benchmarks;
+using Zv::Tessel::Server::Shared::Handle;
+
+constexpr std::size_t Rounds = 15;
+
+// Where what the programs print goes.
+Handle OpenNull()
+{
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    Handle null{CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+                            OPEN_EXISTING, 0, nullptr)};
+    if (!null)
+    {
+        throw std::runtime_error{"NUL cannot be opened"};
+    }
+    return null;
+}
+
+// Runs a program to its end, which must be success; microseconds.
+double Run(const std::filesystem::path& program, const std::wstring& arguments)
+{
+    static const Handle null = OpenNull();
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = startup.hStdOutput = startup.hStdError = null.Get();
+    std::wstring commandLine = L"\"" + program.wstring() + L"\" " + arguments;
+    DWORD exitCode = 1;
+    const double time = Time([&] {
+        PROCESS_INFORMATION process{};
+        if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                           &process) == FALSE)
+        {
+            throw std::runtime_error{program.string() + " cannot be started"};
+        }
+        const Handle thread{process.hThread};
+        const Handle running{process.hProcess};
+        WaitForSingleObject(running.Get(), INFINITE);
+        GetExitCodeProcess(running.Get(), &exitCode);
+    });
+    if (exitCode != 0)
+    {
+        throw std::runtime_error{program.string() + " failed"};
+    }
+    return time;
+}
+
+std::filesystem::path HostProgram()
+{
+    std::array<wchar_t, MAX_PATH> path{};
+    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return std::filesystem::path{path.data()}.replace_filename(L"wmihost.exe");
+}
+
+std::filesystem::path WmicProgram()
+{
+    std::array<wchar_t, MAX_PATH> path{};
+    GetSystemDirectoryW(path.data(), static_cast<UINT>(path.size()));
+    return std::filesystem::path{path.data()} / L"wbem" / L"wmic.exe";
+}
+
+struct Question
+{
+    std::string wmiClass;
+    std::string property;
+    bool json = false;
+};
+
+void Ask(Report& report, const Question& question)
+{
+    const std::wstring wmiClass{question.wmiClass.begin(), question.wmiClass.end()};
+    const std::wstring property{question.property.begin(), question.property.end()};
+    report.Add(CompareSamples(
+                   question.wmiClass + " " + question.property + (question.json ? ", as JSON" : ""),
+                   [&] {
+                       return Run(HostProgram(),
+                                  (question.json ? L"--json get " : L"get ") + wmiClass + L" " + property + L" --all");
+                   },
+                   [&] { return Run(WmicProgram(), L"path " + wmiClass + L" get " + property); }, Rounds),
+               {1, {}});
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    try
+    {
+        Report report{"Program: wmihost get over wmic, whole processes", argumentCount, arguments};
+        const Question questions[] = {
+            {"Win32_BaseBoard", "Product"},
+            {"Win32_OperatingSystem", "Caption"},
+            {"Win32_BIOS", "SMBIOSMajorVersion"},
+            {"Win32_Processor", "NumberOfLogicalProcessors"},
+            {"Win32_ComputerSystem", "TotalPhysicalMemory"},
+            {"Win32_Service", "Name"},
+            {"Win32_Service", "Name", true},
+        };
+        for (const Question& question : questions)
+        {
+            Ask(report, question);
+        }
+        return report.Finish();
+    }
+    catch (const std::exception& failure)
+    {
+        std::cerr << failure.what() << '\n';
+        return 1;
+    }
+}
