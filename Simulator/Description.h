@@ -74,6 +74,7 @@ struct Fault
     HRESULT status = S_OK; // what is returned; a success code lets the call do its work (after a delay)
     DWORD delay = 0;       // milliseconds before that
     bool hang = false;     // waits until the machine goes or its hanging calls are let go
+    bool done = false;     // the call does its work before it fails
 };
 
 // Who is signed in at the console.

@@ -1,6 +1,6 @@
 // The event callbacks themselves, given texts that the firmware's path never makes, and failing launches.
 
-#include "Tests/Hotkeys/CommandTap.h"
+#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
 
 #include "Tests/Support/Text.h"

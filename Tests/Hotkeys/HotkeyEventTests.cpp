@@ -1,6 +1,6 @@
 // From a firmware event to the companion app.
 
-#include "Tests/Hotkeys/CommandTap.h"
+#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
 
 #include "Tests/Support/Text.h"

@@ -1,6 +1,6 @@
 // The listener threads: what each asks for, under which name, and what becomes of one that cannot start.
 
-#include "Tests/Hotkeys/CommandTap.h"
+#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
 
 #include "Logging/Logging.h"

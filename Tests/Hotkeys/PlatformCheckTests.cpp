@@ -1,6 +1,6 @@
 // On which boards which app's hotkeys are armed.
 
-#include "Tests/Hotkeys/CommandTap.h"
+#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
 
 #include "Tests/Support/Text.h"

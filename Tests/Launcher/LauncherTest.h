@@ -3,7 +3,7 @@
 
 #include "Services/Launcher/Launcher.h"
 #include "Tests/Launcher/FakeUserSession.h"
-#include "Tests/Launcher/ModuleHeap.h"
+#include "Tests/Support/ModuleHeap.h"
 #include "Tests/Support/Ledgers.h"
 #include "Tests/Support/PlatformCalls.h"
 #include "Tests/Support/Transcript.h"

@@ -1,4 +1,4 @@
-#include "Tests/Launcher/ModuleHeap.h"
+#include "Tests/Support/ModuleHeap.h"
 
 #include "Interception/ImportTable.h"
 #include "Tests/Support/GuardHeap.h"

@@ -1,4 +1,4 @@
-#include "Tests/Hotkeys/CommandTap.h"
+#include "Tests/Support/CommandTap.h"
 
 #include <windows.h>
 

@@ -1,0 +1,593 @@
+#include "Tests/Faults/Scenario.h"
+
+#include "Interception/ModuleExports.h"
+#include "Logging/Logging.h"
+#include "Services/Launcher/Launcher.h"
+#include "Tests/Faults/Stage.h"
+#include "Tests/Support/CommandTap.h"
+#include "Tests/Support/Module.h"
+
+#include <objbase.h>
+
+#include <algorithm>
+#include <functional>
+#include <stdexcept>
+#include <utility>
+
+namespace Zv::Testing
+{
+
+namespace
+{
+
+using Simulator::Machine;
+using Tessel::Server::Services::Launcher;
+
+constexpr char Notebook[] = ZV_MACHINES "/notebook.json";
+
+constexpr wchar_t ClientName[] = L"test client";
+
+constexpr wchar_t GoodRequest[] =
+    LR"({"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"})";
+
+// The calls made while it lives are those that the scenario is about.
+class Armed
+{
+public:
+    Armed(FaultBox& box, const std::optional<PlannedFault>& fault) : m_box{box} { m_box.Arm(fault); }
+    Armed(const Armed&) = delete;
+    Armed& operator=(const Armed&) = delete;
+    ~Armed() { m_box.Disarm(); }
+
+private:
+    FaultBox& m_box;
+};
+
+void Note(Seen& seen, const std::string& call, const Reply& reply)
+{
+    seen.codes[call] = reply.code;
+    seen.texts.insert(seen.texts.end(), reply.progress.begin(), reply.progress.end());
+    switch (reply.slot)
+    {
+    case Reply::Slot::Untouched:
+        seen.texts.emplace_back(L"no response");
+        break;
+    case Reply::Slot::Null:
+        seen.texts.emplace_back(L"null response");
+        break;
+    case Reply::Slot::Text:
+        seen.texts.push_back(reply.text);
+        break;
+    }
+}
+
+bool SucceedsOn(ZVService* service)
+{
+    Session session{service, ClientName};
+    return Run(service, session.Get(), static_cast<unsigned int>(FunctionNumber::GetWmiPropertyValue), GoodRequest)
+               .text == LR"({"result":"7C21"})";
+}
+
+// On one module, which stays loaded.
+class OnOneModule : public Scenario
+{
+public:
+    [[nodiscard]] Seen Run(const std::optional<PlannedFault>& fault) final
+    {
+        Seen seen;
+        m_stage.Begin();
+        Act(fault, seen);
+        seen.log = m_stage.transcript.Log();
+        seen.stoppedFromOutside = m_stage.WasStoppedFromOutside();
+        seen.joins = m_stage.TakeJoins();
+        seen.impersonated = m_stage.TakeImpersonation();
+        seen.left += m_stage.TakeLeftovers();
+        return seen;
+    }
+    [[nodiscard]] std::vector<MadeCall> Calls() const final { return m_stage.box.Calls(); }
+    [[nodiscard]] bool Struck() const final { return m_stage.box.Struck(); }
+    [[nodiscard]] bool RunGoodCommand() final { return SucceedsOn(m_service.Get()); }
+
+protected:
+    OnOneModule(std::string name, Group group, const char* machine)
+        : Scenario{std::move(name), group},
+          m_machine{Machine::Load(std::string{machine})},
+          m_service{m_module},
+          m_stage{WarmedUp(m_module, m_service), m_machine}
+    {
+        Interception::BindModuleExports(m_module.Handle());
+    }
+
+    virtual void Act(const std::optional<PlannedFault>& fault, Seen& seen) = 0;
+
+    [[nodiscard]] Stage& TheStage() noexcept { return m_stage; }
+    [[nodiscard]] ZVService* TheService() const noexcept { return m_service.Get(); }
+    [[nodiscard]] const Module& TheModule() const noexcept { return m_module; }
+    [[nodiscard]] Reply Command(void* session, FunctionNumber function, const std::wstring& request) const
+    {
+        return Testing::Run(TheService(), session, static_cast<unsigned int>(function), request.c_str());
+    }
+
+private:
+    // The run time keeps a few blocks per thread from the first exception on.
+    static HMODULE WarmedUp(const Module& module, const Service& service)
+    {
+        Session session{service.Get(), ClientName};
+        static_cast<void>(Testing::Run(service.Get(), session.Get(), 16, L"{}"));
+        return module.Handle();
+    }
+
+    Module m_module;
+    Machine m_machine;
+    Service m_service; // made before the books are opened
+    Stage m_stage;
+};
+
+// One command on a session of its own.
+class OneCommand final : public OnOneModule
+{
+public:
+    OneCommand(std::string name, Group group, const char* machine, unsigned int function, std::wstring request)
+        : OnOneModule{std::move(name), group, machine},
+          m_function{function},
+          m_request{std::move(request)}
+    {
+    }
+
+private:
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        Session session{TheService(), ClientName};
+        Reply reply;
+        {
+            const Armed armed{TheStage().box, fault};
+            reply = Testing::Run(TheService(), session.Get(), m_function, m_request.c_str());
+        }
+        Note(seen, "command", reply);
+    }
+
+    const unsigned int m_function;
+    const std::wstring m_request;
+};
+
+// A registration with everything that happens to one, from the start of its session to the end.
+class WholeRegistration final : public OnOneModule
+{
+public:
+    // filtered: for one event, else for all. The host ends it by unregistering, or by ending the session.
+    enum class End
+    {
+        Unregister,
+        Session
+    };
+    WholeRegistration(std::string name, const char* machine, bool filtered, End end)
+        : OnOneModule{std::move(name), Registration, machine},
+          m_filtered{filtered},
+          m_end{end}
+    {
+    }
+
+private:
+    static constexpr auto Register = FunctionNumber::RegisterBiosEventNotification;
+    static constexpr auto Unregister = FunctionNumber::UnregisterBiosWmiEventNotification;
+
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        Stage& stage = TheStage();
+        Session session{TheService(), ClientName};
+        const auto fire = [&stage](int id) { return [&stage, id] { stage.machine.FireEvent(id, id * 10); }; };
+        const auto command = [&](const char* name, FunctionNumber function, const wchar_t* request) {
+            return [&, name, function, request] { Note(seen, name, Command(session.Get(), function, request)); };
+        };
+        std::vector<std::function<void()>> steps{fire(5)};
+        if (m_filtered)
+        {
+            steps.insert(steps.end(), {command("join", Register, L"{\"filterEvent\":6}"), fire(6), fire(7),
+                                       command("leave one", Unregister, L"{\"filterEvent\":6}")});
+        }
+        if (m_end == End::Unregister)
+        {
+            steps.emplace_back(
+                command("unregister", Unregister, m_filtered ? L"{\"filterEvent\":5}" : L"not a request"));
+        }
+        else
+        {
+            steps.emplace_back([&session] { session.End(); });
+        }
+        stage.Begin(std::move(steps));
+
+        const Armed armed{stage.box, fault};
+        Note(seen, "register", Command(session.Get(), Register, m_filtered ? L"{\"filterEvent\":5}" : L"null"));
+        session.End();
+    }
+
+    const bool m_filtered;
+    const End m_end;
+};
+
+// The life of a session.
+class SessionLife final : public OnOneModule
+{
+public:
+    SessionLife() : OnOneModule{"a session", SessionsAndService, Notebook} {}
+
+private:
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        const Armed armed{TheStage().box, fault};
+        try
+        {
+            Session session{TheService(), ClientName};
+            seen.texts.emplace_back(L"started");
+        }
+        catch (...)
+        {
+            seen.raised = true;
+        }
+    }
+};
+
+// The life of a service object.
+class ServiceLife : public OnOneModule
+{
+public:
+    explicit ServiceLife(std::string name) : OnOneModule{std::move(name), SessionsAndService, Notebook} {}
+
+protected:
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        const Armed armed{TheStage().box, fault};
+        try
+        {
+            const Service service{TheModule()};
+            seen.texts.emplace_back(L"made");
+        }
+        catch (...)
+        {
+            seen.raised = true;
+        }
+    }
+};
+
+// The same, in which some faults have a bad end.
+class BadEnds final : public ServiceLife
+{
+public:
+    using End = std::function<void(Seen&)>;
+    struct BadEnd
+    {
+        std::string_view call;
+        Mode mode;
+        End end;
+    };
+
+    BadEnds(std::string name, std::vector<BadEnd> ends) : ServiceLife{std::move(name)}, m_ends{std::move(ends)} {}
+
+private:
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        ServiceLife::Act(fault, seen);
+        for (const BadEnd& bad : m_ends)
+        {
+            if (fault && fault->call.number == 1 && fault->call.name.find(bad.call) != std::string::npos &&
+                fault->mode == bad.mode)
+            {
+                bad.end(seen);
+            }
+        }
+    }
+
+    const std::vector<BadEnd> m_ends;
+};
+
+// The launcher's exported functions.
+class LauncherFunctions final : public OnOneModule
+{
+public:
+    using Work = std::function<std::wstring(const Launcher& launcher)>;
+
+    LauncherFunctions(std::string name, Work work)
+        : OnOneModule{std::move(name), LauncherCall, Notebook},
+          m_work{std::move(work)}
+    {
+        static_cast<void>(Launcher{}); // binds what is bound at the first call
+    }
+
+private:
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        const Armed armed{TheStage().box, fault};
+        try
+        {
+            const Launcher launcher;
+            const std::wstring answer = m_work(launcher);
+            seen.texts.emplace_back(answer.c_str()); // the memory of the answer is the module's
+        }
+        catch (...)
+        {
+            seen.raised = true;
+        }
+        seen.texts.insert(seen.texts.end(), TheStage().Launches().begin(), TheStage().Launches().end());
+    }
+
+    const Work m_work;
+};
+
+// The start-up task of a module that was just loaded: its threads' bodies run one after the other, each with its
+// subscription, until they are stopped; then the module is unloaded, and nothing of it may be left.
+class StartUpTask final : public Scenario
+{
+public:
+    StartUpTask() : Scenario{"the start-up task", StartUp}, m_machine{Machine::Load(std::string{Notebook})} {}
+
+    [[nodiscard]] Seen Run(const std::optional<PlannedFault>& fault) override
+    {
+        Seen seen;
+        auto module = std::make_unique<Module>();
+        Stage stage{module->Handle(), m_machine};
+        {
+            const Service service{*module};
+            stage.Begin();
+            {
+                const Armed armed{stage.box, fault};
+                service->startup_task();
+                for (const auto& body : stage.threads)
+                {
+                    body();
+                }
+            }
+            seen.texts.push_back(std::to_wstring(stage.threads.size()) + L" threads");
+            seen.texts.push_back(std::to_wstring(stage.machine.Subscriptions()) + L" subscriptions");
+            if (!fault)
+            {
+                m_calls = stage.box.Calls();
+            }
+            m_struck = stage.box.Struck();
+            seen.log = stage.transcript.Log();
+            m_goodCommand = SucceedsOn(service.Get());
+        }
+        module.reset();
+        seen.joins = stage.TakeJoins();
+        seen.left = stage.TakeLeftovers();
+        if (GetModuleHandleW(L"WMIService.dll") != nullptr)
+        {
+            seen.left += "the module itself\n";
+        }
+        return seen;
+    }
+    [[nodiscard]] std::vector<MadeCall> Calls() const override { return m_calls; }
+    [[nodiscard]] bool LeavesNothingBehind() const override { return true; }
+    [[nodiscard]] bool Struck() const override { return m_struck; }
+    [[nodiscard]] bool RunGoodCommand() override { return m_goodCommand; }
+
+private:
+    Machine m_machine;
+    std::vector<MadeCall> m_calls;
+    bool m_struck = false;
+    bool m_goodCommand = false;
+};
+
+// A hotkey: the callback of the companion app that the start-up task registers for an event.
+class HotkeyPress final : public OnOneModule
+{
+public:
+    HotkeyPress(std::string name, std::wstring registration, std::wstring event)
+        : OnOneModule{std::move(name), Hotkey, Notebook},
+          m_event{std::move(event)}
+    {
+        Stage& stage = TheStage();
+        stage.Begin();
+        CommandTap tap{TheService(), [this, &registration](const TappedCommand& command, wchar_t** response) {
+                           if (command.function != 4)
+                           {
+                               return false;
+                           }
+                           if (command.request == registration)
+                           {
+                               m_callback = command.callback;
+                           }
+                           *response = nullptr;
+                           return true;
+                       }};
+        TheService()->startup_task();
+        for (const auto& body : stage.threads)
+        {
+            body();
+        }
+        if (!m_callback)
+        {
+            throw std::runtime_error{"the app has not registered"};
+        }
+        stage.ledgers.heap.ForgetIf([](const void*) { return true; }); // the listeners' own, which they keep
+        static_cast<void>(stage.TakeJoins());
+        static_cast<void>(stage.TakeLeftovers());
+    }
+
+private:
+    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
+    {
+        std::wstring text = m_event;
+        {
+            const Armed armed{TheStage().box, fault};
+            m_callback(text.data());
+        }
+        for (std::wstring launch : TheStage().Launches())
+        {
+            // The time of day is not to the point.
+            if (const std::size_t time = launch.rfind(L'#'); time != std::wstring::npos)
+            {
+                launch.replace(time + 1, launch.find(L'|', time) - time - 1, L"time");
+            }
+            seen.texts.push_back(std::move(launch));
+        }
+    }
+
+    const std::wstring m_event;
+    ProgressCallback m_callback;
+};
+
+struct Entry
+{
+    std::string name;
+    Group group;
+    std::function<std::unique_ptr<Scenario>(const std::string& name)> make;
+};
+
+Entry Command(std::string name, Group group, const char* machine, unsigned int function, std::wstring request)
+{
+    return {std::move(name), group, [=](const std::string& given) {
+                return std::make_unique<OneCommand>(given, group, machine, function, request);
+            }};
+}
+
+Entry Calls(std::string name, LauncherFunctions::Work work)
+{
+    return {std::move(name), LauncherCall, [work = std::move(work)](const std::string& given) {
+                return std::make_unique<LauncherFunctions>(given, work);
+            }};
+}
+
+std::wstring OriginText(const Launcher::OriginAndVersion& answer)
+{
+    return std::to_wstring(answer.first) + L" " + std::to_wstring(answer.second);
+}
+
+const std::vector<Entry>& Entries()
+{
+    const auto firmware = [](int type, int inputSize, const wchar_t* input, int returnSize) {
+        return L"{\"command\":1,\"commandType\":" + std::to_wstring(type) + L",\"inputDataSize\":" +
+               std::to_wstring(inputSize) + L",\"inputData\":\"" + input + L"\",\"returnDataSize\":" +
+               std::to_wstring(returnSize) + L"}";
+    };
+    const auto query = [](const wchar_t* property, const wchar_t* wmiClass, const wchar_t* filter = L"") {
+        return L"{\"property\":\"" + std::wstring{property} + L"\",\"wmiClass\":\"" + wmiClass + L"\",\"filter\":\"" +
+               filter + L"\",\"wmiNamespace\":\"ROOT\\\\CIMV2\"}";
+    };
+    static const std::vector<Entry> entries{
+        Command("firmware, no data", FirmwareCommand, Notebook, 2, firmware(255, 0, L"", 0)),
+        Command("firmware, 4 bytes in, 4 out", FirmwareCommand, Notebook, 2, firmware(255, 4, L"AQIDBA==", 4)),
+        Command("firmware, 3 bytes in, 128 out", FirmwareCommand, Notebook, 2, firmware(255, 3, L"AQID", 128)),
+        Command("firmware, version text", FirmwareCommand, Notebook, 2, firmware(1, 0, L"", 128)),
+        Command("property, text", PropertyCommand, Notebook, 16, query(L"Product", L"Win32_BaseBoard")),
+        Command("property, flag", PropertyCommand, Notebook, 16, query(L"PoweredOn", L"Win32_BaseBoard")),
+        Command("property, texts", PropertyCommand, Notebook, 16, query(L"BIOSVersion", L"Win32_BIOS")),
+        Command("property, last of three", PropertyCommand, Notebook, 16, query(L"HandleCount", L"Win32_Process")),
+        Command("property, filter", PropertyCommand, Notebook, 16, query(L"Name", L"Win32_Process", L"ProcessId = 4")),
+        Command("property, numbers of all", PropertyCommand, Notebook, 32, query(L"HandleCount", L"Win32_Process")),
+        Command("property, texts of all", PropertyCommand, Notebook, 32, query(L"Name", L"Win32_Process")),
+        Command("property, arrays of all", PropertyCommand, Notebook, 32, query(L"BiosCharacteristics", L"Win32_BIOS")),
+        Command("text of one", TextCommand, Notebook, 256, query(L"", L"Win32_BaseBoard")),
+        Command("text of three", TextCommand, Notebook, 256, query(L"", L"Win32_Process")),
+        Command("setting", SettingCommand, Notebook, 64,
+                LR"({"name":"Fast Boot","value":"Enable","password":"Winter-2024"})"),
+        Command("setting, no password", SettingCommand, Notebook, 64, LR"({"name":"Fast Boot","value":"Enable"})"),
+        Command("defaults", SettingCommand, Notebook, 128, LR"({"password":"Winter-2024"})"),
+        Command("nothing to unregister", OtherCommand, Notebook, 8, L"{}"),
+        Command("an id that is not listened for", OtherCommand, Notebook, 8, L"{\"filterEvent\":7}"),
+        Command("no request to unregister", OtherCommand, Notebook, 8, L"no request"),
+        Command("unknown function", OtherCommand, Notebook, 3, L"{}"),
+        Command("malformed request", OtherCommand, Notebook, 2, L"{\"command\":"),
+        {"registration for one event", Registration,
+         [](const std::string& name) {
+             return std::make_unique<WholeRegistration>(name, Notebook, true, WholeRegistration::End::Unregister);
+         }},
+        {"registration for all events", Registration,
+         [](const std::string& name) {
+             return std::make_unique<WholeRegistration>(name, Notebook, false, WholeRegistration::End::Unregister);
+         }},
+        {"registration that its session ends", Registration,
+         [](const std::string& name) {
+             return std::make_unique<WholeRegistration>(name, Notebook, true, WholeRegistration::End::Session);
+         }},
+        {"a session", SessionsAndService, [](const std::string&) { return std::make_unique<SessionLife>(); }},
+        {"a service", SessionsAndService, [](const std::string& name) { return std::make_unique<ServiceLife>(name); }},
+        {"the start-up task", StartUp, [](const std::string&) { return std::make_unique<StartUpTask>(); }},
+        {"the Lumashade key", Hotkey,
+         [](const std::string& name) {
+             return std::make_unique<HotkeyPress>(name, L"{\"filterEvent\":20}",
+                                                  L"{\"eventId\":20,\"eventData\":16711680}");
+         }},
+        {"a Chimebox key", Hotkey,
+         [](const std::string& name) {
+             return std::make_unique<HotkeyPress>(name, L"{\"filterEvent\":21}", L"{\"eventId\":21,\"eventData\":7}");
+         }},
+        Calls("Launcher::Run",
+              [](const Launcher& launcher) {
+                  return std::to_wstring(
+                      launcher.Run(L"Lumashade.exe", L"7B3E90C4.Lumashade_k2x7m4qp9wt1d", L"an argument"));
+              }),
+        Calls("Launcher::RunExeAsUser",
+              [](const Launcher& launcher) {
+                  DWORD processId = 0;
+                  const HANDLE inherited = GetStdHandle(STD_OUTPUT_HANDLE);
+                  const bool done = launcher.RunExeAsUser(
+                      L"C:\\Users\\Robin\\AppData\\Local\\Microsoft\\WindowsApps\\Lumashade.exe", L"C:\\",
+                      launcher.GetUserTokenForCurrentUser(TokenPrimary), L"", processId, {inherited});
+                  return std::to_wstring(done);
+              }),
+        Calls("Launcher::IsRealUserSession",
+              [](const Launcher& launcher) {
+                  std::wstring profile;
+                  const bool real = launcher.IsRealUserSession(profile);
+                  return std::to_wstring(real) + profile;
+              }),
+        Calls("Launcher::GetOriginAndVersionByFamilyName",
+              [](const Launcher& launcher) {
+                  return OriginText(launcher.GetOriginAndVersionByFamilyName(L"7B3E90C4.Lumashade_k2x7m4qp9wt1d"));
+              }),
+        Calls("Launcher::GetPackageInstalledPathByFullName",
+              [](const Launcher& launcher) {
+                  return launcher.GetPackageInstalledPathByFullName(
+                      L"7B3E90C4.Lumashade_2.1.14.0_x64__k2x7m4qp9wt1d",
+                      launcher.GetUserTokenForCurrentUser(TokenImpersonation));
+              }),
+    };
+    return entries;
+}
+
+// For the tests of what runs the scenarios.
+const std::vector<Entry>& EntriesWithBadEnds()
+{
+    static constexpr auto make = [](std::string name, std::vector<BadEnds::BadEnd> ends) {
+        return Entry{std::move(name), SessionsAndService, [ends = std::move(ends)](const std::string& given) {
+                         return std::make_unique<BadEnds>(given, ends);
+                     }};
+    };
+    static const BadEnds::End crash = [](Seen&) { *static_cast<volatile int*>(nullptr) = 0; };
+    static const std::vector<Entry> entries{
+        make("(crashing)", {{"GetLogger", Mode::Slow, crash}, {"malloc", Mode::Onward, crash}}),
+        make("(hanging)", {{"malloc", Mode::Once, [](Seen&) { Sleep(INFINITE); }}}),
+        make("(leaking)", {{"malloc", Mode::Once, [](Seen& seen) { seen.left += "a thing\n"; }}}),
+    };
+    return entries;
+}
+
+} // namespace
+
+std::vector<std::string> ScenariosOf(Group groups)
+{
+    std::vector<std::string> names;
+    for (const Entry& entry : Entries())
+    {
+        if ((entry.group & groups) != 0)
+        {
+            names.push_back(entry.name);
+        }
+    }
+    return names;
+}
+
+std::unique_ptr<Scenario> MakeScenario(const std::string& name)
+{
+    for (const std::vector<Entry>* const entries : {&Entries(), &EntriesWithBadEnds()})
+    {
+        const auto found = std::ranges::find(*entries, name, &Entry::name);
+        if (found != entries->end())
+        {
+            return found->make(name);
+        }
+    }
+    throw std::out_of_range{"no scenario is called " + name};
+}
+
+} // namespace Zv::Testing
