@@ -31,6 +31,7 @@ public:
 
 private:
     void Plan(const MadeCall& call);
+    [[nodiscard]] std::size_t SamplingStride() const noexcept;
     [[nodiscard]] std::string Judge(const PlannedFault& fault, const Seen& seen) const;
 
     Scenario& m_scenario;

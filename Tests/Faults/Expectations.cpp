@@ -623,7 +623,7 @@ private:
         fail("CreateProcessAsUserW", {}, {NoProcess}, 0);
         Same(group, "CloseHandle");
         // The time of day.
-        With(group, "_localtime64", Effect::Less, {CallbackFailed});
+        With(group, "_localtime64_s", Effect::Less, {CallbackFailed});
         With(group, "_time64", Effect::Other);
         With(group, "_time64", Effect::Less, {CallbackFailed});
         With(group, "wcsftime", Effect::Other);

@@ -70,7 +70,7 @@ const Table& Failing()
         Failures noTime;
         noTime.ways.push_back({.result = ~std::uint64_t{0}});
         Failures noLocalTime;
-        noLocalTime.ways.push_back({.cError = EINVAL});
+        noLocalTime.ways.push_back({.result = EINVAL, .cError = EINVAL});
         Failures noConsole;
         noConsole.ways.push_back({.result = 0xffffffff});
         Failures waitFailed;
@@ -88,7 +88,7 @@ const Table& Failing()
             {"_vsnwprintf", doesNotFit},
             {"wcsftime", noText},
             {"_time64", noTime},
-            {"_localtime64", noLocalTime},
+            {"_localtime64_s", noLocalTime},
             {"_beginthreadex", noThread},
             // The logging library.
             {"_ZN7Logging10LogManager9GetLoggerEv", noText},
@@ -238,6 +238,7 @@ const std::map<std::string_view, std::vector<std::string_view>>& NotFailing()
           "RtlLookupFunctionEntry",
           "RtlVirtualUnwind",
           "IsDBCSLeadByteEx",
+          "_get_invalid_parameter_handler",
           "_ultoa",
           "strerror"}},
         {"without a time limit it waits until it is woken", {"SleepConditionVariableSRW"}},
