@@ -142,9 +142,8 @@ TEST_F(EventSink, ReadsItsTwoPropertiesWithoutFlags)
     registration->WaitForEvents(1);
     Stop(*registration);
 
-    EXPECT_THAT(transcript.Of({L"IWbemClassObject::Get("}),
-                ElementsAre(L"IWbemClassObject::Get(\"EventID\", 0) = 0x00000000",
-                            L"IWbemClassObject::Get(\"EventData\", 0) = 0x00000000"));
+    EXPECT_THAT(transcript.Of({L"zvqBEvnt::Get("}), ElementsAre(L"zvqBEvnt::Get(\"EventID\", 0) = 0x00000000",
+                                                                L"zvqBEvnt::Get(\"EventData\", 0) = 0x00000000"));
 }
 
 TEST_F(EventSink, APropertyThatCannotBeReadIsLoggedAndCountsAs0)

@@ -84,11 +84,11 @@ TEST_P(Enumeration, ReleasesEachInstanceBeforeItTakesTheNext)
 
     RunQuery();
 
-    EXPECT_EQ(transcript.Of({L"IEnumWbemClassObject", L"IWbemClassObject::Release"}),
-              (std::vector<std::wstring>{
-                  L"IEnumWbemClassObject::Next(-1, 1) = 0x00000000", L"IWbemClassObject::Release() = 0",
-                  L"IEnumWbemClassObject::Next(-1, 1) = 0x00000000", L"IWbemClassObject::Release() = 0",
-                  L"IEnumWbemClassObject::Next(-1, 1) = 0x00000001", L"IEnumWbemClassObject::Release() = 0"}));
+    EXPECT_EQ(transcript.Of({L"IEnumWbemClassObject", L"C::Release"}),
+              (std::vector<std::wstring>{L"IEnumWbemClassObject::Next(-1, 1) = 0x00000000", L"C::Release() = 0",
+                                         L"IEnumWbemClassObject::Next(-1, 1) = 0x00000000", L"C::Release() = 0",
+                                         L"IEnumWbemClassObject::Next(-1, 1) = 0x00000001",
+                                         L"IEnumWbemClassObject::Release() = 0"}));
 }
 
 TEST_P(Enumeration, ThatCannotBeStartedIsAGeneralFailureWhateverTheStatus)

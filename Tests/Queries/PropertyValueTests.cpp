@@ -197,9 +197,8 @@ TEST_F(PropertyValue, IsAskedForByNameOnceForEachInstance)
 
     Get();
 
-    EXPECT_EQ(transcript.Of({L"IWbemClassObject::Get"}),
-              (std::vector<std::wstring>{L"IWbemClassObject::Get(\"P\", 0) = 0x00000000",
-                                         L"IWbemClassObject::Get(\"P\", 0) = 0x00000000"}));
+    EXPECT_EQ(transcript.Of({L"C::Get"}),
+              (std::vector<std::wstring>{L"C::Get(\"P\", 0) = 0x00000000", L"C::Get(\"P\", 0) = 0x00000000"}));
 }
 
 TEST_F(PropertyValue, ThatTheObjectDoesNotHaveIsNamed)

@@ -1,6 +1,9 @@
 // The request records of functions 16, 32, 64, 128 and 256: texts in their order.
 
 #include "Tests/Records/RecordTest.h"
+#include "Tests/Support/ScriptedSettings.h"
+
+#include <optional>
 
 namespace
 {
@@ -120,17 +123,7 @@ protected:
     OptionalText()
     {
         wmi->script[L"N"].instances[L"C"] = {{Instance(L"C", {{L"P", Value::Int(1)}}, L"text")}};
-        NamespaceScript& settings = wmi->script[L"ROOT\\ZV\\InstrumentedBIOS"];
-        const ObjectScriptPtr methods = Instance(L"ZVBIOS_BIOSSettingInterface", {});
-        methods->signatures[L"SetBIOSSetting"] = Instance(L"SetBIOSSetting", {});
-        methods->signatures[L"SetSystemDefaults"] = Instance(L"SetSystemDefaults", {});
-        settings.classes[L"ZVBIOS_BIOSSettingInterface"] = methods;
-        settings.instances[L"ZVBIOS_BIOSSettingInterface"] = {
-            {Instance(L"ZVBIOS_BIOSSettingInterface", {{L"__PATH", Value::Text(L"path")}})}};
-        settings.execute = [](const MethodCall&, ObjectScriptPtr& output) {
-            output = Instance(L"output", {{L"Return", Value::Int(0)}});
-            return S_OK;
-        };
+        settings.emplace(wmi->script);
     }
 
     std::vector<std::wstring> Query(unsigned int function, const wchar_t* filter)
@@ -152,13 +145,22 @@ protected:
         transcript.Clear();
         const std::wstring request = LR"({"name":"N","value":"V")" + std::wstring{password} + L"}";
         EXPECT_EQ(Run(function, request.c_str()).code, 0);
-        return transcript.Of({L"IWbemClassObject::Put(\"Password\""});
+        return transcript.Of({Input(function) + L"::Put(\"Password\""});
     }
 
-    static std::vector<std::wstring> Put(const wchar_t* value)
+    static std::vector<std::wstring> Put(unsigned int function, const wchar_t* value)
     {
-        return {L"IWbemClassObject::Put(\"Password\", 0, VT_BSTR " + std::wstring{value} + L", 8) = 0x00000000"};
+        return {Input(function) + L"::Put(\"Password\", 0, VT_BSTR " + value + L", 8) = 0x00000000"};
     }
+
+private:
+    // The method's input parameters, as the transcript names them.
+    static std::wstring Input(unsigned int function)
+    {
+        return function == 64 ? L"new SetBIOSSetting" : L"new SetSystemDefaults";
+    }
+
+    std::optional<ScriptedSettings> settings;
 };
 
 TEST_F(OptionalText, FilterThatIsGivenBecomesTheWhereClause)
@@ -209,35 +211,35 @@ TEST_F(OptionalText, PasswordThatIsGivenIsPutAndNotLogged)
 {
     for (const unsigned int function : {64u, 128u})
     {
-        EXPECT_EQ(PutPassword(function, LR"(,"password":"secret")"), Put(L"\"secret\""));
+        EXPECT_EQ(PutPassword(function, LR"(,"password":"secret")"), Put(function, L"\"secret\""));
         EXPECT_TRUE(Log().empty());
     }
 }
 
 TEST_F(OptionalText, PasswordThatIsMissingIsNullAndNamedTwice)
 {
-    EXPECT_EQ(PutPassword(64, L""), Put(L"null"));
+    EXPECT_EQ(PutPassword(64, L""), Put(64, L"null"));
     EXPECT_EQ(Log(), (std::vector{MissingKey(L"password"), Refused(Setting, "password")}));
 
-    EXPECT_EQ(PutPassword(128, L""), Put(L"null"));
+    EXPECT_EQ(PutPassword(128, L""), Put(128, L"null"));
     EXPECT_EQ(Log(), (std::vector{MissingKey(L"password"), Refused(Defaults, "password")}));
 }
 
 TEST_F(OptionalText, PasswordThatIsNullIsNullAndNamedTwice)
 {
-    EXPECT_EQ(PutPassword(64, LR"(,"password":null)"), Put(L"null"));
+    EXPECT_EQ(PutPassword(64, LR"(,"password":null)"), Put(64, L"null"));
     EXPECT_EQ(Log(), (std::vector{NullValue(L"password"), Refused(Setting, "password")}));
 }
 
 TEST_F(OptionalText, PasswordThatIsNoStringIsTreatedAsMissing)
 {
-    EXPECT_EQ(PutPassword(128, LR"(,"password":123)"), Put(L"null"));
+    EXPECT_EQ(PutPassword(128, LR"(,"password":123)"), Put(128, L"null"));
     EXPECT_EQ(Log(), (std::vector{WrongType(L"password", 5, 6), Refused(Defaults, "password")}));
 }
 
 TEST_F(OptionalText, PasswordThatIsEmptyStaysEmpty)
 {
-    EXPECT_EQ(PutPassword(64, LR"(,"password":"")"), Put(L"\"\""));
+    EXPECT_EQ(PutPassword(64, LR"(,"password":"")"), Put(64, L"\"\""));
     EXPECT_TRUE(Log().empty());
 }
 

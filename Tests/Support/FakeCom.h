@@ -70,10 +70,13 @@ protected:
     virtual ~FakeCom() = default;
 
     // The last reference was given back.
-    virtual void Gone() { State().transcript.Add(Widen(m_name) + L"::Release() = 0"); }
+    virtual void Gone() { State().transcript.Add(TracedAs() + L"::Release() = 0"); }
 
     // Interfaces beside the main one; *object is null already.
     virtual HRESULT QueryOther(REFIID, void**) { return E_NOINTERFACE; }
+
+    // What stands before "::" in the transcript.
+    [[nodiscard]] virtual std::wstring TracedAs() const { return Widen(m_name); }
 
     [[nodiscard]] FakeWmiState& State() const noexcept { return *m_state; }
     [[nodiscard]] const std::shared_ptr<FakeWmiState>& SharedState() const noexcept { return m_state; }
@@ -82,10 +85,9 @@ protected:
     template <class Work>
     HRESULT Perform(const char* method, const std::wstring& arguments, Work work)
     {
-        const std::string site = std::string{m_name} + "::" + method;
-        const std::optional<Fault> fault = State().plan.Enter(site);
+        const std::optional<Fault> fault = State().plan.Enter(std::string{m_name} + "::" + method);
         const HRESULT hr = fault ? static_cast<HRESULT>(fault->result) : work();
-        State().transcript.Add(Widen(site) + L"(" + arguments + L") = " + ShowResult(hr));
+        State().transcript.Add(TracedAs() + L"::" + Widen(method) + L"(" + arguments + L") = " + ShowResult(hr));
         return hr;
     }
 

@@ -85,7 +85,9 @@ STDMETHODIMP FakeObject::GetObjectText(LONG flags, BSTR* text)
 STDMETHODIMP FakeObject::SpawnInstance(LONG flags, IWbemClassObject** instance)
 {
     return Perform("SpawnInstance", ShowAll(flags), [&] {
-        *instance = new FakeObject{SharedState(), std::make_shared<ObjectScript>(*m_script)};
+        const auto spawned = std::make_shared<ObjectScript>(*m_script);
+        spawned->name = L"new " + m_script->name;
+        *instance = new FakeObject{SharedState(), spawned};
         return S_OK;
     });
 }

@@ -22,6 +22,7 @@ public:
 private:
     ~FakeObject() override = default;
 
+    [[nodiscard]] std::wstring TracedAs() const override { return m_script->name; }
     [[nodiscard]] HRESULT Fill(const Value& value, VARIANT* variant) const;
 
     ObjectScriptPtr m_script;

@@ -270,7 +270,7 @@ std::wstring ShowVariant(const VARIANT* variant)
     LONG upper = 0;
     SafeArrayGetLBound(variant->parray, 1, &lower);
     SafeArrayGetUBound(variant->parray, 1, &upper);
-    std::wstring text = L"VT_ARRAY|VT_UI1 [";
+    std::wstring text = L"VT_ARRAY|VT_UI1 " + (lower == 0 ? L"" : L"from " + std::to_wstring(lower) + L" ") + L"[";
     for (LONG index = lower; index <= upper; ++index)
     {
         std::uint8_t byte = 0;

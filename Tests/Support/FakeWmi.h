@@ -22,9 +22,9 @@ struct FakeWmiState
 };
 
 // While it lives, the module's CoCreateInstance gives a scripted locator and a scripted unsecured apartment. Change
-// `script` only while no command runs. Each call of an object is traced as Interface::Method(arguments) = result, can
-// be failed under that name through the fault plan, and the last release of an object is traced as Interface::Release()
-// = 0.
+// `script` only while no command runs. Each call of an object can be failed as Interface::Method through the fault plan
+// and is traced as Interface::Method(arguments) = result, the last release of an object as Interface::Release() = 0; a
+// class object is traced under its script's name.
 class FakeWmi
 {
 public:

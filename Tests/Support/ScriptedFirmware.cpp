@@ -58,7 +58,8 @@ ScriptedFirmware::ScriptedFirmware(WmiScript& script)
     }
     firmware.classes[L"zvqBIntM"] = methods;
     firmware.classes[L"zvqBDataIn"] = Instance(L"zvqBDataIn", {});
-    firmware.instances[L"zvqBIntM"] = {{Instance(L"zvqBIntM", {{L"__PATH", Value::Text(L"the firmware")}})}};
+    firmware.instances[L"zvqBIntM"] = {
+        {Instance(L"instance of zvqBIntM", {{L"__PATH", Value::Text(L"the firmware")}})}};
     firmware.execute = [this](const MethodCall& call, ObjectScriptPtr& output) { return Execute(call, output); };
 }
 
