@@ -20,6 +20,7 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeCheckCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeExplainCommand();
 
 // In the order of --help.
 [[nodiscard]] std::vector<std::unique_ptr<Command>> MakeCommands();

@@ -1,0 +1,58 @@
+// wmihost explain.
+#include "Program.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace Zv::Testing
+{
+namespace
+{
+
+TEST(HostExplain, SaysWhatACodeOfTheModuleMeansAndWhatToDo)
+{
+    const Outcome outcome = RunHost({"explain", "0x2000000f"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+    EXPECT_EQ(outcome.output, "0x2000000f  ClassInvalid: no such class\n"
+                              "  Likely: The namespace has no class of this name; firmware classes exist only on the "
+                              "maker's machines.\n"
+                              "  To do:  Check the spelling and the namespace.\n");
+}
+
+TEST(HostExplain, KnowsTheStatusCodesOfWmiInDecimalToo)
+{
+    const std::string hexadecimal = RunHost({"explain", "0x8004100e"}).output;
+    EXPECT_EQ(hexadecimal.rfind("0x8004100e  WBEM_E_INVALID_NAMESPACE: no such namespace\n  To do:  ", 0), 0U);
+    EXPECT_EQ(RunHost({"explain", "2147749902"}).output, hexadecimal);
+}
+
+TEST(HostExplain, GivesJson)
+{
+    EXPECT_EQ(RunHost({"explain", "0x80010119", "--json"}).output,
+              "{\"code\":\"0x80010119\",\"name\":\"RPC_E_TOO_LATE\",\"meaning\":\"COM security is already set in this "
+              "process\",\"causes\":\"\",\"advice\":\"Nothing: the host has set its own.\"}\n");
+}
+
+TEST(HostExplain, ListsAllWithoutACode)
+{
+    const Outcome outcome = RunHost({"explain"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output.rfind("0x00000000  Success: success\n0x20000001  UnsupportedFunction: ", 0), 0U);
+    EXPECT_GT(std::ranges::count(outcome.output, '\n'), 40);
+}
+
+TEST(HostExplain, SaysWhatIsWrongWithACodeThatItCannotExplain)
+{
+    const Outcome unknown = RunHost({"explain", "7"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_EQ(unknown.error.rfind("0x00000007 is no code of the module", 0), 0U);
+    const Outcome garbage = RunHost({"explain", "x"});
+    EXPECT_EQ(garbage.exitCode, 2);
+    EXPECT_EQ(garbage.error,
+              "wmihost explain: CODE: \"x\" is not a code like 0x2000000f or 536870927; see wmihost explain --help\n");
+}
+
+} // namespace
+} // namespace Zv::Testing
