@@ -144,6 +144,25 @@ TEST_F(Unregistering, TheCallbackMayUseTheSession)
     EXPECT_EQ(Narrow(stopped.text), "{\"result\":0}");
 }
 
+TEST_F(Unregistering, ARegistrationThatIsJustEndingIsStillJoined)
+{
+    Reply stopped;
+    Reply added;
+    Reply everyEvent;
+    const auto registration = StartRegistration(Filter(1), [&](const std::wstring&) {
+        stopped = Unregister(AllEvents);
+        added = Register(Filter(5));
+        everyEvent = Register(AllEvents);
+    });
+
+    Emit(1, 1);
+
+    EXPECT_EQ(Narrow(registration->End().text), "{\"result\":0}");
+    EXPECT_EQ(Narrow(stopped.text), "{\"result\":0}");
+    EXPECT_EQ(Narrow(added.text), "{\"result\":1}");
+    EXPECT_EQ(Narrow(everyEvent.text), "{\"result\":2}");
+}
+
 TEST_F(Unregistering, OtherSessionsAreNotReached)
 {
     const auto registration = StartRegistration(Filter(5));
