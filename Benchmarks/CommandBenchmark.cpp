@@ -87,6 +87,11 @@ void FirmwareAndSettings(Report& report)
                          : size <= 4  ? Aim{{}, LargestExtraMicroseconds}
                                       : Aim{}});
     }
+    cases.push_back(
+        {"2, 4096 bytes, limit with base64",
+         [&, request = FirmwareRequest(4096, 4096)] { subject.Run(FunctionNumber::ExecuteBiosWmiCommand, request); },
+         [&, input = FirmwareInput(4096)] { static_cast<void>(limit.FirmwareCommand(input, 4096)); },
+         {LargestRatio, {}}});
     cases.push_back({"64, change a setting",
                      [&] { subject.Run(FunctionNumber::SetBiosSetting, SettingRequest); },
                      [&] { limit.Set(L"Fan", L"Off"); },

@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <wbemcli.h>
+#include <wincrypt.h>
 
 #include <stdexcept>
 
@@ -184,6 +185,23 @@ std::vector<unsigned char> LimitClient::FirmwareCommand(const std::vector<unsign
         }
     }
     return bytes;
+}
+
+std::wstring LimitClient::FirmwareCommand(const std::wstring& base64Input, std::size_t returnSize) const
+{
+    DWORD size = 0;
+    CryptStringToBinaryW(base64Input.c_str(), 0, CRYPT_STRING_BASE64, nullptr, &size, nullptr, nullptr);
+    std::vector<unsigned char> input(size);
+    CryptStringToBinaryW(base64Input.c_str(), 0, CRYPT_STRING_BASE64, input.data(), &size, nullptr, nullptr);
+
+    const std::vector<unsigned char> output = FirmwareCommand(input, returnSize);
+
+    const auto outputSize = static_cast<DWORD>(output.size());
+    DWORD length = 0;
+    CryptBinaryToStringW(output.data(), outputSize, CRYPT_STRING_BASE64, nullptr, &length);
+    std::wstring text(length, L'\0');
+    CryptBinaryToStringW(output.data(), outputSize, CRYPT_STRING_BASE64, text.data(), &length);
+    return text;
 }
 
 std::size_t LimitClient::ReadProperty(const wchar_t* className, const wchar_t* property) const

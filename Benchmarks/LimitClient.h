@@ -22,6 +22,9 @@ public:
     // As function 2. Both sizes in bytes. Returns the bytes that the firmware returned.
     std::vector<unsigned char> FirmwareCommand(const std::vector<unsigned char>& input, std::size_t returnSize) const;
 
+    // The same for a client whose bytes travel as base64: converted with the platform's functions, as the module must.
+    [[nodiscard]] std::wstring FirmwareCommand(const std::wstring& base64Input, std::size_t returnSize) const;
+
     // As functions 16 and 32: reads the property of every instance. Returns the number of characters and digits seen.
     std::size_t ReadProperty(const wchar_t* className, const wchar_t* property) const;
 

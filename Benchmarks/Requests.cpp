@@ -9,21 +9,18 @@
 namespace Zv::Benchmarks
 {
 
-namespace
+std::wstring FirmwareInput(std::size_t size)
 {
-
-std::wstring Base64(const std::vector<unsigned char>& bytes)
-{
+    const std::vector<unsigned char> bytes(size, 0x5a);
     DWORD length = 0;
-    const auto size = static_cast<DWORD>(bytes.size());
-    CryptBinaryToStringW(bytes.data(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr, &length);
+    CryptBinaryToStringW(bytes.data(), static_cast<DWORD>(size), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr,
+                         &length);
     std::wstring text(length, L'\0');
-    CryptBinaryToStringW(bytes.data(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, text.data(), &length);
+    CryptBinaryToStringW(bytes.data(), static_cast<DWORD>(size), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, text.data(),
+                         &length);
     text.resize(length);
     return text;
 }
-
-} // namespace
 
 std::wstring FirmwareRequest(std::size_t inputSize, std::size_t returnSize)
 {
@@ -31,7 +28,7 @@ std::wstring FirmwareRequest(std::size_t inputSize, std::size_t returnSize)
                            L",\"returnDataSize\":" + std::to_wstring(returnSize);
     if (inputSize != 0)
     {
-        request += L",\"inputData\":\"" + Base64(std::vector<unsigned char>(inputSize, 0x5a)) + L"\"";
+        request += L",\"inputData\":\"" + FirmwareInput(inputSize) + L"\"";
     }
     return request + L"}";
 }

@@ -7,6 +7,9 @@
 namespace Zv::Benchmarks
 {
 
+// So many bytes for the firmware, as text.
+[[nodiscard]] std::wstring FirmwareInput(std::size_t size);
+
 // Function 2 with so many bytes in and back.
 [[nodiscard]] std::wstring FirmwareRequest(std::size_t inputSize, std::size_t returnSize);
 

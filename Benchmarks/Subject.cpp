@@ -132,18 +132,16 @@ void Subject::Use(Simulator::Machine& machine) noexcept
     g_machine = &machine;
 }
 
-std::size_t Subject::Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback)
+void Subject::Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback)
 {
     wchar_t* response = nullptr;
     const int code = m_service->ExecuteCommand(m_session, static_cast<unsigned int>(function),
                                                const_cast<wchar_t*>(request.c_str()), &response, callback, nullptr);
-    const std::size_t length = response == nullptr ? 0 : std::char_traits<wchar_t>::length(response);
     m_service->FreeBuffer(response);
     if (code != 0)
     {
         throw std::runtime_error{"a command of the benchmark failed with " + std::to_string(code)};
     }
-    return length;
 }
 
 int Subject::RunAny(unsigned int function, const std::wstring& request, const ProgressCallback& callback)

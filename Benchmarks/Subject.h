@@ -35,8 +35,8 @@ public:
     // From here on, commands find this machine.
     void Use(Simulator::Machine& machine) noexcept;
 
-    // Runs a command, which must return 0, and gives its response back. Returns the response's length.
-    std::size_t Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback = {});
+    // Runs a command, which must return 0, and gives its response back.
+    void Run(FunctionNumber function, const std::wstring& request, const ProgressCallback& callback = {});
     // The same whatever the command returns.
     int RunAny(unsigned int function, const std::wstring& request, const ProgressCallback& callback = {});
 

@@ -36,14 +36,16 @@ private:
     WMIServiceContext& m_context;
 };
 
-// A document whose first few kilobytes lie on the stack: small requests and responses touch the heap for text only.
+// A document whose first part lies on the stack. It holds the base64 of the largest firmware command, so that only
+// queries with long results take one of the pool's large chunks from the heap, which cost more than all the JSON of
+// such a command.
 class StackBackedDocument
 {
 public:
     JsonDocument& Get() noexcept { return m_document; }
 
 private:
-    alignas(std::max_align_t) std::byte m_first[8192];
+    alignas(std::max_align_t) std::byte m_first[16384];
     ThrowingAllocator m_base;
     JsonAllocator m_pool{m_first, sizeof m_first, JsonChunkSize, &m_base};
     JsonDocument m_document{&m_pool, 1024, &m_base};
