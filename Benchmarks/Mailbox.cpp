@@ -41,8 +41,11 @@ void Mailbox::Deliver()
         {
             UniqueLock held{m_lock};
             m_filled.Wait(held, [this] { return m_pending; });
-            m_onEvent(m_id, m_data);
-            ResetEvent(m_arrived.Get());
+        }
+        m_onEvent(m_id, m_data);
+        ResetEvent(m_arrived.Get()); // before the slot is free: the next event sets it again
+        {
+            const LockGuard held{m_lock};
             m_pending = false;
         }
         m_freed.NotifyOne();

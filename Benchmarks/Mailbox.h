@@ -27,6 +27,7 @@ private:
     void Deliver();
 
     using Handle = Tessel::Server::Shared::Handle;
+    using LockGuard = Tessel::Server::Shared::LockGuard;
     using UniqueLock = Tessel::Server::Shared::UniqueLock;
 
     const std::function<void(int id, int data)> m_onEvent;
@@ -35,8 +36,8 @@ private:
     Tessel::Server::Shared::Lock m_lock;
     Tessel::Server::Shared::Condition m_filled;
     Tessel::Server::Shared::Condition m_freed;
-    bool m_pending = false; // guarded by m_lock, as are the next two
-    int m_id = 0;
+    bool m_pending = false; // guarded by m_lock
+    int m_id = 0;           // this and the next: the producer's until the slot is filled, then the delivery's
     int m_data = 0;
     std::jthread m_thread;
 };
