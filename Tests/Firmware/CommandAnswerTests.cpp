@@ -101,6 +101,17 @@ TEST_F(CommandAnswer, WithAVerdictAgainstTheCommandIsASuccessWithTheDataAllTheSa
     EXPECT_TRUE(Log().empty());
 }
 
+TEST_F(CommandAnswer, WithACodeThatIsNoNumberOf32BitsReadsAs0AndShowsNoAddress)
+{
+    for (const Value& code : {Value::Text(L"7"), Value::Bytes({1, 2, 3}), Value::Object(Instance(L"embedded", {})),
+                              Value::Null(), Odd(VT_R8, 7), Odd(VT_I8, 7)})
+    {
+        AnswerWith(Value::Object(Instance(L"OutData", {{L"rwReturnCode", code}})));
+
+        EXPECT_EQ(Narrow(RunCommand({}, 0).text), Narrow(Response(0, {})));
+    }
+}
+
 TEST_F(CommandAnswer, OfAnotherSizeIsNamedAndNothingOfItIsHandedOut)
 {
     const struct

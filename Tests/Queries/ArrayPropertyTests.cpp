@@ -136,6 +136,26 @@ TEST_F(ArrayProperty, ThatCannotBeLetGoIsLoggedAndStillAValue)
     EXPECT_EQ(Log(), std::vector{ArrayFailed(L"SafeArrayUnaccessData", E_UNEXPECTED)});
 }
 
+TEST_F(ArrayProperty, IsLetGoWhicheverAllocationFailsMeanwhile)
+{
+    Holds({Value::Texts(std::vector<std::wstring>(40, std::wstring(1000, L'x')))}); // more than fits on the stack
+    const auto allocations = [this] { return plan.Calls("malloc") + plan.Calls("realloc"); };
+    ASSERT_EQ(Get().code, 0);
+    const int made = allocations();
+    ASSERT_GT(made, 1);
+
+    for (const char* const site : {"malloc", "realloc"})
+    {
+        for (int call = 1; call <= made; ++call)
+        {
+            plan.Clear();
+            Fail(site, Fault::Nth(call, 0));
+            Get();
+            EXPECT_EQ(ledgers.accessedSafeArrays, 0) << site << " " << call;
+        }
+    }
+}
+
 TEST_F(ArrayProperty, WithoutAnArrayIsNoValue)
 {
     Holds({Value::Other([](VARIANT* variant) {
