@@ -1,5 +1,6 @@
 #include "Benchmarks/Report.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -13,8 +14,9 @@ namespace
 
 std::string Number(double value)
 {
+    constexpr double leastShown = 1e-9; // a fit of a constant gives almost 0
     char text[40];
-    std::snprintf(text, sizeof text, "%.6g", value);
+    std::snprintf(text, sizeof text, "%.6g", std::fabs(value) < leastShown ? 0.0 : value);
     return text;
 }
 
