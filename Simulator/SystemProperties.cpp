@@ -22,18 +22,43 @@ struct SystemProperty
     Value (*get)(const Object& object);
 };
 
+// Of event classes, as drivers' ones are derived on Windows. No other class has an ancestor here.
+constexpr std::wstring_view EventAncestors[] = {L"WMIEvent", L"__ExtrinsicEvent", L"__Event", L"__IndicationRelated",
+                                                L"__SystemClass"};
+
+List Ancestors(const Object& object)
+{
+    List names;
+    if (object.definition->event)
+    {
+        for (const std::wstring_view name : EventAncestors)
+        {
+            names.emplace_back(std::wstring{name});
+        }
+    }
+    return names;
+}
+
 constexpr SystemProperty Properties[] = {
     {L"__GENUS", CIM_SINT32,
      [](const Object& object) -> Value {
          return std::int64_t{object.isInstance ? WBEM_GENUS_INSTANCE : WBEM_GENUS_CLASS};
      }},
     {L"__CLASS", CIM_STRING, [](const Object& object) -> Value { return object.definition->name; }},
-    {L"__SUPERCLASS", CIM_STRING, [](const Object&) -> Value { return {}; }},
-    {L"__DYNASTY", CIM_STRING, [](const Object& object) -> Value { return object.definition->name; }},
+    {L"__SUPERCLASS", CIM_STRING,
+     [](const Object& object) -> Value {
+         const List ancestors = Ancestors(object);
+         return ancestors.empty() ? Value{} : ancestors.front();
+     }},
+    {L"__DYNASTY", CIM_STRING,
+     [](const Object& object) -> Value {
+         const List ancestors = Ancestors(object);
+         return ancestors.empty() ? Value{object.definition->name} : ancestors.back();
+     }},
     {L"__RELPATH", CIM_STRING, [](const Object& object) { return TextOrNull(RelativePath(object)); }},
     {L"__PROPERTY_COUNT", CIM_SINT32,
      [](const Object& object) -> Value { return static_cast<std::int64_t>(object.values.size()); }},
-    {L"__DERIVATION", CIM_STRING | CIM_FLAG_ARRAY, [](const Object&) -> Value { return List{}; }},
+    {L"__DERIVATION", CIM_STRING | CIM_FLAG_ARRAY, [](const Object& object) -> Value { return Ancestors(object); }},
     {L"__SERVER", CIM_STRING, [](const Object& object) -> Value { return object.definition->server; }},
     {L"__NAMESPACE", CIM_STRING, [](const Object& object) -> Value { return object.definition->nameSpace; }},
     {L"__PATH", CIM_STRING, [](const Object& object) { return TextOrNull(FullPath(object)); }},

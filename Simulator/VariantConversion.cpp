@@ -126,6 +126,11 @@ HRESULT NumberFromVariant(const VARIANT& given, CIMTYPE type, Value& result)
         result = std::int64_t{static_cast<std::uint32_t>(V_I4(&given))};
         return S_OK;
     }
+    if (V_VT(&given) == VT_I2 && (type & ~CIM_FLAG_ARRAY) == CIM_CHAR16) // likewise
+    {
+        result = std::int64_t{static_cast<std::uint16_t>(V_I2(&given))};
+        return S_OK;
+    }
     if (FAILED(Convert(given, VT_BSTR, text.value)))
     {
         return Status(WBEM_E_TYPE_MISMATCH);

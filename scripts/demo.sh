@@ -55,8 +55,21 @@ show 1 run 16 - <<<'{"wmiClass":"Win32_BaseBoard"}'
 act "What the module says about a failure in its log"
 show 1 --log warning get Win32_BaseBoard Product --namespace 'root\nowhere' </dev/null
 
-act "A simulated notebook: a raw firmware command, which this machine could not answer"
-show 1 run 2 - <<<'{"command":131081,"commandType":1,"inputDataSize":0,"returnDataSize":4}'
-show 0 --simulate Simulator/machines/notebook.json \
-    run 2 - <<<'{"command":131081,"commandType":1,"inputDataSize":0,"returnDataSize":4}'
-show 0 --simulate Simulator/machines/notebook.json get Win32_BaseBoard Product </dev/null
+notebook=(--simulate Simulator/machines/notebook.json)
+
+act "Raw firmware commands: this machine has none, a simulated notebook has"
+show 1 firmware 1 1 --out 128 </dev/null
+show 0 firmware 1 1 --out 128 "${notebook[@]}" </dev/null
+show 0 firmware 2 40 --in "03 00 00 00" "${notebook[@]}" </dev/null
+show 7 firmware 1 9 "${notebook[@]}" </dev/null
+show 0 "${notebook[@]}" run 2 - <<<'{"command":1,"commandType":40,"inputDataSize":0,"returnDataSize":4}'
+
+act "Firmware settings of the notebook: a wrong password, the right one from standard input, and the defaults"
+show 7 set "Fast Boot" Disable --password wrong "${notebook[@]}" </dev/null
+show 0 set "Fast Boot" Disable --password - "${notebook[@]}" <<<'Winter-2024'
+show 0 defaults --yes --password - "${notebook[@]}" <<<'Winter-2024'
+
+act "This machine recorded, and its description simulated"
+show 0 record --out build/recorded.json Win32_BIOS Win32_BaseBoard </dev/null
+show 0 check build/recorded.json </dev/null
+show 0 --simulate build/recorded.json get Win32_BIOS SerialNumber </dev/null

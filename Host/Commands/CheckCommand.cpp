@@ -1,5 +1,5 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Json.h"
+#include "Host/DescriptionContents.h"
 #include "Host/Simulation.h"
 #include "Host/Utf.h"
 
@@ -16,29 +16,6 @@ Examples:
   wmihost check machine.json
   wmihost check machine.json --json)";
 
-struct Contents
-{
-    std::size_t classes = 0;
-    std::size_t instances = 0;
-};
-
-Contents Count(const Simulator::Description& description)
-{
-    Contents contents;
-    for (const Simulator::Namespace& nameSpace : description.namespaces)
-    {
-        for (const Simulator::ClassEntry& entry : nameSpace.classes)
-        {
-            if (!entry.definition->name.starts_with(L"__")) // WMI's own
-            {
-                ++contents.classes;
-                contents.instances += entry.instances.size();
-            }
-        }
-    }
-    return contents;
-}
-
 class CheckCommand : public Command
 {
 public:
@@ -54,27 +31,11 @@ public:
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
         const Simulator::Machine machine = LoadMachine(m_file);
-        const Simulator::Description& description = machine.GetDescription();
-        const std::string name = ToUtf8(description.name);
-        const auto [classes, instances] = Count(description);
-        const std::size_t settings = description.settings ? description.settings->items.size() : 0;
-        if (environment.Options().json)
-        {
-            environment.Output().WriteLine(JsonObject{}
-                                               .Add("name", name)
-                                               .AddJson("classes", std::to_string(classes))
-                                               .AddJson("instances", std::to_string(instances))
-                                               .AddJson("settings", std::to_string(settings))
-                                               .AddJson("packages", std::to_string(description.packages.size()))
-                                               .Text());
-        }
-        else
-        {
-            environment.Output().WriteLine(m_file + " is valid: " + name + "; classes: " + std::to_string(classes) +
-                                           ", instances: " + std::to_string(instances) +
-                                           ", settings: " + std::to_string(settings) +
-                                           ", packages: " + std::to_string(description.packages.size()));
-        }
+        const std::string name = ToUtf8(machine.GetDescription().name);
+        const DescriptionContents contents = Count(machine.GetDescription());
+        environment.Output().WriteLine(environment.Options().json
+                                           ? contents.Json().Add("name", name).Text()
+                                           : m_file + " is valid: " + name + "; " + contents.Text());
         return ExitCode::Success;
     }
 

@@ -16,6 +16,7 @@ std::vector<std::unique_ptr<Command>> MakeCommands()
     commands.push_back(MakeSendCommand());
     commands.push_back(MakePackageCommand());
     commands.push_back(MakeLaunchCommand());
+    commands.push_back(MakeRecordCommand());
     commands.push_back(MakeCheckCommand());
     commands.push_back(MakeExplainCommand());
     return commands;

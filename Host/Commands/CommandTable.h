@@ -19,6 +19,7 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeSendCommand();
 [[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeRecordCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeCheckCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeExplainCommand();
 

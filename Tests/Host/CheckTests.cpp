@@ -21,7 +21,7 @@ TEST(HostCheck, SaysWhatIsInADescription)
                                           "0, packages: 0\n");
 
     EXPECT_EQ(RunHost({"check", ZV_MACHINES "/notebook.json", "--json"}).output,
-              "{\"name\":\"Business notebook\",\"classes\":17,\"instances\":11,\"settings\":5,\"packages\":2}\n");
+              "{\"classes\":17,\"instances\":11,\"settings\":5,\"packages\":2,\"name\":\"Business notebook\"}\n");
 }
 
 TEST(HostCheck, FindsEveryMachineThatShipsValid)

@@ -203,6 +203,17 @@ TEST_F(ObjectTests, SystemPropertiesTellWhatAnObjectIs)
     EXPECT_EQ(L"8:", ArrayText(*instance.Get(), L"__DERIVATION"));
 }
 
+TEST_F(ObjectTests, AnEventClassIsDerivedFromThoseOfAllEvents)
+{
+    const ComPtr<IWbemServices> services = Connected(m_machine, L"root\\wmi");
+    ComPtr<IWbemClassObject> event;
+    ASSERT_EQ(S_OK, services->GetObject(Bstr{L"zvqBEvnt"}.Get(), 0, nullptr, event.Receive(), nullptr));
+    EXPECT_EQ(L"8: WMIEvent __ExtrinsicEvent __Event __IndicationRelated __SystemClass",
+              ArrayText(*event.Get(), L"__DERIVATION"));
+    EXPECT_EQ(L"VT_BSTR \"WMIEvent\"", Show(*event.Get(), L"__SUPERCLASS"));
+    EXPECT_EQ(L"VT_BSTR \"__SystemClass\"", Show(*event.Get(), L"__DYNASTY"));
+}
+
 TEST_F(ObjectTests, ObjectsAreFoundByEverySpellingOfTheirPath)
 {
     for (const wchar_t* path :
@@ -244,6 +255,12 @@ TEST_F(ObjectTests, PutConvertsToTheTypeOfTheProperty)
     EXPECT_EQ(L"VT_I4 7", PutLong(L"u32", 7));
     EXPECT_EQ(L"VT_I4 65535", PutLong(L"U16", 65535));
     EXPECT_EQ(L"VT_UI1 255", PutLong(L"U8", 255));
+    EXPECT_EQ(L"VT_I2 -1", Put(L"C",
+                               [](VARIANT& v) {
+                                   V_VT(&v) = VT_I2;
+                                   V_I2(&v) = -1;
+                               }))
+        << "a VT_I2 carries the bits of a char16";
     EXPECT_EQ(L"VT_BSTR \"-5\"", PutLong(L"S64", -5));
     EXPECT_EQ(L"VT_BSTR \"18446744073709551615\"", PutText(L"U64", L"18446744073709551615"));
     EXPECT_EQ(L"VT_I4 12", PutText(L"S32", L"12"));

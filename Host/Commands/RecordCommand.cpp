@@ -1,0 +1,208 @@
+#include "Host/ClassRecorder.h"
+#include "Host/Commands/CommandTable.h"
+#include "Host/DescriptionContents.h"
+#include "Host/Failure.h"
+#include "Host/OutputFile.h"
+#include "Host/Redaction.h"
+#include "Host/Simulation.h"
+#include "Host/Utf.h"
+
+#include "Simulator/DescriptionWriter.h"
+#include "Simulator/ObjectPath.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr char Footer[] = R"(Writes what this machine's WMI holds of the classes: their properties, the signatures of
+their methods and their instances. --simulate takes the file, on this machine or another.
+CLASS may have a namespace of its own before a colon, as in root\wmi:zvqBIntM. Without a
+CLASS, those that the module itself works with are recorded, as far as they are there.
+
+Serial numbers, user names and passwords are replaced, unless --no-redact is given. Look
+the file through all the same before you give it away.
+
+Examples:
+  wmihost record --out machine.json
+  wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)";
+
+constexpr char RedactedNote[] = "Recorded by wmihost; serial numbers, user names and passwords are replaced.";
+constexpr char CompleteNote[] = "Recorded by wmihost, serial numbers, user names and passwords included.";
+
+// What the module asks about, and what tells machines apart.
+constexpr const char* UsualClasses[] = {
+    "ROOT\\CIMV2:Win32_BaseBoard",
+    "ROOT\\CIMV2:Win32_BIOS",
+    "ROOT\\CIMV2:Win32_ComputerSystem",
+    "ROOT\\CIMV2:Win32_OperatingSystem",
+    "root\\wmi:zvqBDataIn",
+    "root\\wmi:zvqBIntM",
+    "root\\wmi:zvqBEvnt",
+    "ROOT\\ZV\\InstrumentedBIOS:ZVBIOS_BIOSSettingInterface",
+};
+
+// A thread's membership in COM.
+class ComMembership
+{
+public:
+    ComMembership()
+    {
+        const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        if (FAILED(hr))
+        {
+            throw Failure{ExitCode::InternalError, "cannot use COM: " + StatusText(hr)};
+        }
+    }
+    ComMembership(const ComMembership&) = delete;
+    ComMembership& operator=(const ComMembership&) = delete;
+    ~ComMembership() { CoUninitialize(); }
+};
+
+class RecordCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "record"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Record this machine's WMI classes"; }
+
+    void Declare(CLI::App& parser) override
+    {
+        parser.add_option("CLASS", m_classes, "WMI classes, such as Win32_BIOS");
+        parser.add_option("--out", m_file, "The machine description to write")->required()->type_name("FILE");
+        parser.add_option("--namespace", m_nameSpace, "WMI namespace of the classes (default: " + m_nameSpace + ")")
+            ->type_name("NS");
+        parser.add_flag("--no-redact", m_complete, "Keep serial numbers, user names and passwords");
+        parser.footer(Footer);
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        const std::vector<Wanted> classes = WantedClasses();
+        const ComMembership membership;
+        std::optional<Simulator::Machine> machine;
+        if (!environment.Options().simulateFile.empty())
+        {
+            machine.emplace(LoadMachine(environment.Options().simulateFile));
+        }
+        Simulator::Description description = Record(classes, machine ? &*machine : nullptr, environment.Output());
+        if (!m_complete)
+        {
+            Redact(description);
+        }
+        const std::string text = Simulator::WriteDescription(description, m_complete ? CompleteNote : RedactedNote);
+        const DescriptionContents contents = Count(Simulator::ReadDescription(text)); // it is a valid one
+        WriteAll(m_file, text);
+        environment.Output().WriteLine(environment.Options().json ? contents.Json().Text()
+                                                                  : m_file + " has " + contents.Text());
+        return ExitCode::Success;
+    }
+
+private:
+    // A class in its namespace, both as they are asked for.
+    struct Wanted
+    {
+        std::wstring nameSpace;
+        std::wstring name;
+    };
+
+    [[nodiscard]] std::vector<Wanted> WantedClasses() const
+    {
+        std::vector<Wanted> wanted;
+        for (const std::string& text : m_classes)
+        {
+            wanted.push_back(Parse(text));
+        }
+        if (wanted.empty())
+        {
+            std::ranges::transform(UsualClasses, std::back_inserter(wanted),
+                                   [this](const char* text) { return Parse(text); });
+        }
+        return wanted;
+    }
+
+    [[nodiscard]] Wanted Parse(const std::string& text) const
+    {
+        const std::size_t colon = text.rfind(':');
+        const std::string nameSpace = colon == std::string::npos ? m_nameSpace : text.substr(0, colon);
+        const auto parsed = Simulator::ParseNamespace(ToUtf16(nameSpace));
+        if (!parsed || !parsed->server.empty())
+        {
+            throw Mistake("\"" + nameSpace + R"(" is not a namespace of this machine, such as ROOT\CIMV2)");
+        }
+        Wanted wanted{parsed->path, ToUtf16(colon == std::string::npos ? text : text.substr(colon + 1))};
+        if (wanted.name.empty() || wanted.name.find_first_of(L" \t\r\n'\"\\/.=") != std::wstring::npos)
+        {
+            throw Mistake("\"" + text + R"(" is not a class, such as Win32_BIOS or root\wmi:zvqBIntM)");
+        }
+        return wanted;
+    }
+
+    static Failure Mistake(const std::string& text)
+    {
+        return Failure{ExitCode::BadInput, "wmihost record: " + text + "; see wmihost record --help"};
+    }
+
+    // Classes that were named must be there, the usual ones need not.
+    [[nodiscard]] Simulator::Description Record(const std::vector<Wanted>& classes, Simulator::Machine* machine,
+                                                Console& console) const
+    {
+        Simulator::Description description;
+        description.name = L"Recorded machine";
+        std::vector<ClassRecorder> recorders; // one per namespace
+        for (const Wanted& wanted : classes)
+        {
+            try
+            {
+                auto recorder = std::ranges::find_if(recorders, [&](const auto& other) {
+                    return Simulator::EqualNoCase(other.NameSpace(), wanted.nameSpace);
+                });
+                if (recorder == recorders.end())
+                {
+                    recorder = recorders.emplace(recorder, machine, wanted.nameSpace);
+                }
+                if (!recorder->Record(wanted.name))
+                {
+                    throw Failure{ExitCode::CommandFailed,
+                                  "there is no class " + ToUtf8(wanted.name) + " in " + ToUtf8(wanted.nameSpace)};
+                }
+            }
+            catch (const Failure& failure)
+            {
+                if (!m_classes.empty())
+                {
+                    throw;
+                }
+                console.WriteErrorLine(std::string{"not recorded: "} + failure.what());
+            }
+        }
+        for (ClassRecorder& recorder : recorders)
+        {
+            for (const std::string& loss : recorder.Losses())
+            {
+                console.WriteErrorLine("not recorded: " + loss);
+            }
+            description.server = recorder.Server().empty() ? description.server : recorder.Server();
+            description.namespaces.push_back({recorder.NameSpace(), recorder.Take()});
+        }
+        return description;
+    }
+
+    std::vector<std::string> m_classes;
+    std::string m_file;
+    std::string m_nameSpace = "ROOT\\CIMV2";
+    bool m_complete = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeRecordCommand()
+{
+    return std::make_unique<RecordCommand>();
+}
+
+} // namespace Zv::Host

@@ -1,0 +1,76 @@
+#include "Host/WmiClient.h"
+
+#include "Host/Failure.h"
+#include "Host/HResults.h"
+#include "Host/ResultCodes.h"
+#include "Host/Utf.h"
+
+#include "Shared/WMI/Bstr.h"
+#include "Shared/WMI/WmiCall.h"
+
+namespace Zv::Host
+{
+
+using Tessel::Server::Shared::WMI::Bstr;
+using Tessel::Server::Shared::WMI::ComPtr;
+using Tessel::Server::Shared::WMI::Status;
+
+namespace
+{
+
+[[noreturn]] void Fail(const std::string& what, HRESULT status)
+{
+    throw Failure{ExitCode::CommandFailed, what + ": " + StatusText(status)};
+}
+
+} // namespace
+
+std::string StatusText(HRESULT status)
+{
+    const HResultInfo* const info = FindHResult(static_cast<unsigned int>(status));
+    return HexCode(status) + (info == nullptr ? "" : std::string{" ("} + info->meaning + ')');
+}
+
+WmiClient::WmiClient(Simulator::Machine* machine, const std::wstring& nameSpace)
+{
+    ComPtr<IWbemLocator> locator;
+    HRESULT hr = machine != nullptr ? machine->CreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER,
+                                                              IID_IWbemLocator, locator.ReceiveVoid())
+                                    : CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER,
+                                                       IID_IWbemLocator, locator.ReceiveVoid());
+    if (SUCCEEDED(hr))
+    {
+        hr = locator->ConnectServer(Bstr{nameSpace.c_str()}.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr,
+                                    m_services.Receive());
+    }
+    if (SUCCEEDED(hr))
+    {
+        hr = CoSetProxyBlanket(m_services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                               RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+    }
+    if (FAILED(hr))
+    {
+        Fail("cannot connect to " + ToUtf8(nameSpace), hr);
+    }
+}
+
+ComPtr<IWbemClassObject> WmiClient::FindClass(const std::wstring& name) const
+{
+    ComPtr<IWbemClassObject> found;
+    const HRESULT hr = m_services->GetObject(Bstr{name.c_str()}.Get(), 0, nullptr, found.Receive(), nullptr);
+    if (FAILED(hr) && hr != Status(WBEM_E_NOT_FOUND) && hr != Status(WBEM_E_INVALID_CLASS))
+    {
+        Fail("cannot read the class " + ToUtf8(name), hr);
+    }
+    return found;
+}
+
+HRESULT WmiClient::Query(const std::wstring& query, ComPtr<IEnumWbemClassObject>& instances) const
+{
+    const HRESULT hr =
+        m_services->ExecQuery(Bstr{L"WQL"}.Get(), Bstr{query.c_str()}.Get(),
+                              WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY, nullptr, instances.Receive());
+    return SUCCEEDED(hr) && !instances ? E_FAIL : hr;
+}
+
+} // namespace Zv::Host

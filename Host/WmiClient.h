@@ -1,0 +1,56 @@
+// WMI as the host itself reads it, not through the module.
+#pragma once
+
+#include "Shared/WMI/ComPtr.h"
+#include "Simulator/Machine.h"
+
+#include <windows.h>
+
+#include <wbemcli.h>
+
+#include <string>
+
+namespace Zv::Host
+{
+
+// "0x80041003 (access denied)"
+[[nodiscard]] std::string StatusText(HRESULT status);
+
+// A namespace of this machine, or of a simulated one. The thread must be in COM.
+class WmiClient
+{
+public:
+    // Null: this machine. Throws Failure(CommandFailed).
+    WmiClient(Simulator::Machine* machine, const std::wstring& nameSpace);
+
+    // Empty when there is no such class. Throws Failure(CommandFailed).
+    [[nodiscard]] Tessel::Server::Shared::WMI::ComPtr<IWbemClassObject> FindClass(const std::wstring& name) const;
+
+    // Calls receive(IWbemClassObject&) for each instance. Returns the status that ended it: a success, or what failed.
+    template <class Receive>
+    [[nodiscard]] HRESULT ForEachInstance(const std::wstring& className, Receive receive) const
+    {
+        Tessel::Server::Shared::WMI::ComPtr<IEnumWbemClassObject> instances;
+        HRESULT hr = Query(L"SELECT * FROM " + className, instances);
+        while (SUCCEEDED(hr))
+        {
+            Tessel::Server::Shared::WMI::ComPtr<IWbemClassObject> instance;
+            ULONG count = 0;
+            hr = instances->Next(static_cast<LONG>(WBEM_INFINITE), 1, instance.Receive(), &count);
+            if (FAILED(hr) || !instance)
+            {
+                break;
+            }
+            receive(*instance.Get());
+        }
+        return hr;
+    }
+
+private:
+    [[nodiscard]] HRESULT Query(const std::wstring& query,
+                                Tessel::Server::Shared::WMI::ComPtr<IEnumWbemClassObject>& instances) const;
+
+    Tessel::Server::Shared::WMI::ComPtr<IWbemServices> m_services;
+};
+
+} // namespace Zv::Host
