@@ -6,6 +6,8 @@
 
 #include <windows.h>
 
+#include <chrono>
+
 namespace Zv::Host
 {
 
@@ -74,11 +76,15 @@ bool InputIsConsole() noexcept
     return GetConsoleMode(Input(), &mode) != FALSE;
 }
 
-std::optional<std::string> ReadInputLine()
+std::optional<std::string> ReadInputLine(const Interruption& interruption)
 {
     if (InputIsConsole())
     {
         const std::optional<std::wstring> line = ReadLine<ConsoleReader>();
+        if (!line && interruption.Wait(std::chrono::milliseconds{200})) // Ctrl-C ends the line before its handler runs
+        {
+            throw Failure{interruption.Reason()};
+        }
         return line ? std::optional{ToUtf8(*line)} : std::nullopt;
     }
     std::optional<std::string> line = ReadLine<ByteReader>();

@@ -36,24 +36,25 @@ public:
     {
         if (!m_yes)
         {
-            Confirm(environment.Output());
+            Confirm(environment);
         }
         JsonObject request;
-        m_password.AddTo(request, environment.Output());
+        m_password.AddTo(request, environment);
         return ChangeFirmware(environment, Zv::Tessel::Server::Services::FunctionNumber::SetBiosSystemDefaults, request,
                               {.subject = "the firmware's defaults", .done = "the firmware's defaults are restored"});
     }
 
 private:
-    void Confirm(Console& console) const
+    void Confirm(const Environment& environment) const
     {
         if (m_password.ComesFromInput() && !InputIsConsole())
         {
             throw Failure{ExitCode::BadInput, "wmihost defaults: standard input gives the password, so that nobody can "
                                               "be asked: add --yes; see wmihost defaults --help"};
         }
-        console.Prompt("Restore the firmware's defaults? All settings of this machine will change. [y/N] ");
-        const std::string answer = ReadInputLine().value_or("");
+        environment.Output().Prompt(
+            "Restore the firmware's defaults? All settings of this machine will change. [y/N] ");
+        const std::string answer = ReadInputLine(environment.GetInterruption()).value_or("");
         if (answer != "y" && answer != "Y" && answer != "yes")
         {
             throw Failure{ExitCode::BadInput, "nothing was changed: the answer was not y, which --yes gives at once"};

@@ -9,15 +9,16 @@ namespace Zv::Host
 namespace
 {
 
-std::string ReadPassword(Console& console)
+std::string ReadPassword(const Environment& environment)
 {
+    Console& console = environment.Output();
     const bool asks = InputIsConsole();
     if (asks)
     {
         console.Prompt("Setup password: ");
     }
     const HiddenInput hidden;
-    std::optional<std::string> line = ReadInputLine();
+    std::optional<std::string> line = ReadInputLine(environment.GetInterruption());
     if (asks)
     {
         console.Prompt("\n"); // the one that was typed is not shown either
@@ -39,11 +40,11 @@ void PasswordOption::Declare(CLI::App& parser)
         ->type_name("TEXT|-");
 }
 
-void PasswordOption::AddTo(JsonObject& request, Console& console) const
+void PasswordOption::AddTo(JsonObject& request, const Environment& environment) const
 {
     if (m_text)
     {
-        request.Add("password", ComesFromInput() ? ReadPassword(console) : *m_text);
+        request.Add("password", ComesFromInput() ? ReadPassword(environment) : *m_text);
     }
 }
 

@@ -1,7 +1,7 @@
 // The option --password of the subcommands that change the firmware's settings.
 #pragma once
 
-#include "Host/Console.h"
+#include "Host/Environment.h"
 #include "Host/Json.h"
 
 #include <CLI/App.hpp>
@@ -22,7 +22,7 @@ public:
     [[nodiscard]] bool ComesFromInput() const noexcept { return m_text == "-"; }
 
     // Adds "password" where one is given. Throws Failure when it cannot be read.
-    void AddTo(JsonObject& request, Console& console) const;
+    void AddTo(JsonObject& request, const Environment& environment) const;
 
 private:
     std::optional<std::string> m_text;

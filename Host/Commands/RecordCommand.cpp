@@ -47,18 +47,19 @@ constexpr const char* UsualClasses[] = {
     "ROOT\\ZV\\InstrumentedBIOS:ZVBIOS_BIOSSettingInterface",
 };
 
+void CheckCom(const char* what, HRESULT status)
+{
+    if (FAILED(status))
+    {
+        throw Failure{ExitCode::InternalError, std::string{"cannot "} + what + ": " + StatusText(status)};
+    }
+}
+
 // A thread's membership in COM.
 class ComMembership
 {
 public:
-    ComMembership()
-    {
-        const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-        if (FAILED(hr))
-        {
-            throw Failure{ExitCode::InternalError, "cannot use COM: " + StatusText(hr)};
-        }
-    }
+    ComMembership() { CheckCom("use COM", CoInitializeEx(nullptr, COINIT_MULTITHREADED)); }
     ComMembership(const ComMembership&) = delete;
     ComMembership& operator=(const ComMembership&) = delete;
     ~ComMembership() { CoUninitialize(); }
@@ -84,12 +85,15 @@ public:
     {
         const std::vector<Wanted> classes = WantedClasses();
         const ComMembership membership;
+        // WMI's providers act as the caller.
+        CheckCom("set COM's security", CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT,
+                                                            RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr));
         std::optional<Simulator::Machine> machine;
         if (!environment.Options().simulateFile.empty())
         {
             machine.emplace(LoadMachine(environment.Options().simulateFile));
         }
-        Simulator::Description description = Record(classes, machine ? &*machine : nullptr, environment.Output());
+        Simulator::Description description = Record(classes, machine ? &*machine : nullptr, environment);
         if (!m_complete)
         {
             Redact(description);
@@ -149,13 +153,15 @@ private:
 
     // Classes that were named must be there, the usual ones need not.
     [[nodiscard]] Simulator::Description Record(const std::vector<Wanted>& classes, Simulator::Machine* machine,
-                                                Console& console) const
+                                                const Environment& environment) const
     {
+        Console& console = environment.Output();
         Simulator::Description description;
         description.name = L"Recorded machine";
         std::vector<ClassRecorder> recorders; // one per namespace
         for (const Wanted& wanted : classes)
         {
+            environment.GetInterruption().Check();
             try
             {
                 auto recorder = std::ranges::find_if(recorders, [&](const auto& other) {

@@ -37,7 +37,7 @@ public:
     {
         JsonObject request;
         request.Add("name", m_name).Add("value", m_value);
-        m_password.AddTo(request, environment.Output());
+        m_password.AddTo(request, environment);
         // The value stays unsaid: it is a password where the setting is one.
         return ChangeFirmware(environment, Zv::Tessel::Server::Services::FunctionNumber::SetBiosSetting, request,
                               {.subject = m_name, .done = m_name + " is set"});
