@@ -140,6 +140,18 @@ TEST_F(Registering, TheStopEventThatCannotBeMadeEndsTheCommand)
     Subscribe();
 }
 
+TEST_F(Registering, WithoutFilterForgetsTheIdOfARegistrationThatCouldNotMakeItsEvent)
+{
+    Fail("CreateEventW", Fault::Nth(1, 0, ERROR_NOT_ENOUGH_QUOTA));
+    ASSERT_EQ(Register(Filter(5)).code, ResultCode::GeneralFailure);
+
+    const auto registration = StartRegistration(AllEvents);
+    Emit(1, 1);
+
+    registration->WaitForEvents(1);
+    Stop(*registration);
+}
+
 TEST_F(Registering, TheCallbackEventThatCannotBeMadeEndsTheCommandAndClearsTheListener)
 {
     Fail("CreateEventW", Fault::Nth(2, 0, ERROR_NOT_ENOUGH_QUOTA));
