@@ -19,11 +19,6 @@ Outcome RunOnNotebook(std::vector<std::string> arguments, std::string_view input
     return RunSimulated("notebook", std::move(arguments), input);
 }
 
-bool Shows(const Outcome& outcome, const std::string& text)
-{
-    return outcome.output.find(text) != std::string::npos || outcome.error.find(text) != std::string::npos;
-}
-
 TEST(HostSet, ChangesASettingWithTheRightPassword)
 {
     const Outcome outcome = RunOnNotebook({"set", "Fast Boot", "Disable", "--password", Password});
@@ -210,10 +205,20 @@ TEST(HostSettings, ThatAMachineLacksAreNamedInPlainWords)
     EXPECT_EQ(RunHost({"defaults", "--yes", "--simulate", withoutInstance}).error, std::string{"0x20000002"} + absent);
 }
 
+constexpr char Secret[] = "Hush-4711";
+
+void ExpectSilence(const std::string& machine, std::vector<std::string> commandLine)
+{
+    commandLine.insert(commandLine.end(), {"--json", "--log", "info"});
+    const Outcome outcome = RunSimulated(machine, commandLine, std::string{Secret} + '\n');
+    EXPECT_EQ(outcome.output.find(Secret), std::string::npos) << outcome.output;
+    EXPECT_EQ(outcome.error.find(Secret), std::string::npos) << outcome.error;
+    EXPECT_NE(outcome.exitCode, 0) << outcome.output;
+}
+
 TEST(HostSettings, NeverShowAPassword)
 {
-    const std::string secret = "Hush-4711";
-    const std::string input = secret + '\n';
+    const std::string secret = Secret;
     const std::vector<std::vector<std::string>> commandLines = {
         {"set", "Fast Boot", "Disable", "--password", secret},
         {"set", "Fast Boot", "Disable", "--password=" + secret},
@@ -224,7 +229,19 @@ TEST(HostSettings, NeverShowAPassword)
         {"defaults", "--yes", "--password", secret},
         {"defaults", "--yes", "--password", "-"},
         {"defaults", "--password", secret},
-        // Mistakes.
+    };
+    for (const std::vector<std::string>& commandLine : commandLines)
+    {
+        ExpectSilence("notebook", commandLine);
+        ExpectSilence("misbehaving", commandLine);
+    }
+    ExpectSilence("desktop", commandLines.front());
+}
+
+TEST(HostSettings, NeverShowAPasswordThatStandsInAWrongPlace)
+{
+    const std::string secret = Secret;
+    const std::vector<std::vector<std::string>> commandLines = {
         {"set", "Fast Boot", "Disable", secret},
         {"set", "Fast Boot", "Disable", "--password", secret, secret},
         {"set", "Fast Boot", "Disable", "--pasword", secret},
@@ -240,14 +257,7 @@ TEST(HostSettings, NeverShowAPassword)
     };
     for (const std::vector<std::string>& commandLine : commandLines)
     {
-        for (const char* const machine : {"notebook", "desktop", "misbehaving"})
-        {
-            std::vector<std::string> arguments = commandLine;
-            arguments.insert(arguments.end(), {"--json", "--log", "info"});
-            const Outcome outcome = RunSimulated(machine, arguments, input);
-            EXPECT_FALSE(Shows(outcome, secret)) << outcome.output << outcome.error;
-            EXPECT_NE(outcome.exitCode, 0) << outcome.output;
-        }
+        ExpectSilence("notebook", commandLine);
     }
 }
 
