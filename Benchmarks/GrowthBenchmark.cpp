@@ -7,6 +7,8 @@
 #include "Benchmarks/Requests.h"
 #include "Benchmarks/Subject.h"
 
+#include <rapidjson/document.h>
+
 #include <windows.h>
 
 #include <algorithm>
@@ -53,7 +55,7 @@ struct Point
 {
     std::size_t size;
     LeastTime module;
-    std::optional<LeastTime> limit; // where there is one: the same without JSON
+    std::optional<LeastTime> limit; // where there is one: the same calls without JSON, or the parse alone
     double bytes = 0;               // the most that the module held of its heap at once
 };
 
@@ -172,12 +174,16 @@ void RequestSizes(Report& report, Subject& subject)
         std::vector<Point> points;
         for (const std::size_t size : SizesUpTo(5000000))
         {
+            const std::wstring request = makeRequest(size);
             points.push_back({size,
-                              {[&subject, request = makeRequest(size)] {
+                              {[&subject, request] {
                                   constexpr auto function = static_cast<unsigned int>(FunctionNumber::SetBiosSetting);
                                   subject.RunAny(function, request); // looks for its keys in vain
                               }},
-                              {}});
+                              LeastTime{[request] {
+                                  rapidjson::GenericDocument<rapidjson::UTF16<wchar_t>> document;
+                                  document.Parse(request.c_str());
+                              }}});
         }
         Series(report, name, subject, std::move(points));
     };
