@@ -17,19 +17,14 @@ namespace Zv::Testing
 class GuardHeap
 {
 public:
-    enum class Mode
-    {
-        Overrun, // blocks end at a guard page
-        Underrun // blocks begin behind one
-    };
-
     // The exit code of a process that the heap ended.
     static constexpr unsigned int ExitCode = 87;
 
     // Puts the module's imports of malloc and its kin on this heap if the environment variable ZV_GUARD_HEAP says
-    // overrun or underrun, for as long as the module is loaded. What it allocated before stays where it is. The
-    // program's own free takes blocks of both heaps from then on: exceptions and strings that leave the module are
-    // freed by their receivers. Throws std::runtime_error for any other value of the variable.
+    // overrun (blocks end at a guard page) or underrun (they begin behind one), for as long as the module is loaded.
+    // What it allocated before stays where it is. The program's own free takes blocks of both heaps from then on:
+    // exceptions and strings that leave the module are freed by their receivers. Throws std::runtime_error for any
+    // other value of the variable.
     static void GuardIfAsked(HMODULE module);
 
     [[nodiscard]] static bool IsOn() noexcept;
