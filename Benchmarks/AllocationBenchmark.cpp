@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <exception>
 #include <fstream>
 #include <functional>
 #include <iomanip>
@@ -202,27 +201,30 @@ bool Agree(const std::vector<std::string>& golden, const std::vector<std::string
     return golden == now;
 }
 
+void CountAll(Counts& counts)
+{
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    for (const std::size_t items : {1U, 100U, 10000U})
+    {
+        Bench bench{items};
+        if (items == 1)
+        {
+            CountSessions(counts, bench);
+            CountFirmware(counts, bench);
+            CountEvents(counts, bench);
+        }
+        CountQueries(counts, bench, items);
+    }
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Memory: what each command takes, counted at the module's imports", argumentCount, arguments};
-        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const char* const title = "Memory: what each command takes, counted at the module's imports";
+    return Main(title, argumentCount, arguments, [&](Report& report) {
         Counts counts{report};
-        for (const std::size_t items : {1U, 100U, 10000U})
-        {
-            Bench bench{items};
-            if (items == 1)
-            {
-                CountSessions(counts, bench);
-                CountFirmware(counts, bench);
-                CountEvents(counts, bench);
-            }
-            CountQueries(counts, bench, items);
-        }
-
+        CountAll(counts);
         if (const std::string file = Option(argumentCount, arguments, "--write"); !file.empty())
         {
             WriteLines(file, counts.Lines());
@@ -230,15 +232,8 @@ int main(int argumentCount, char** arguments)
         if (const std::string file = Option(argumentCount, arguments, "--golden");
             !file.empty() && !Agree(ReadLines(file), counts.Lines()))
         {
-            std::cerr << "The counts differ from " << file
-                      << ". Where that is meant, write it anew with --write FILE.\n";
-            return 1;
+            throw std::runtime_error{"the counts differ from " + file +
+                                     "; where that is meant, write it anew: AllocationBenchmark --write FILE"};
         }
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+    });
 }

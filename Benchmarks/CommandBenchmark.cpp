@@ -5,9 +5,7 @@
 #include "Benchmarks/Requests.h"
 #include "Benchmarks/Subject.h"
 
-#include <exception>
 #include <functional>
-#include <iostream>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -127,21 +125,13 @@ void Queries(Report& report, std::size_t items)
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Commands: the module over a client that makes the same COM calls without JSON", argumentCount,
-                      arguments};
-        CoInitializeEx(nullptr, COINIT_MULTITHREADED); // as a host does: joining COM is cheap from then on
-        FirmwareAndSettings(report);
-        for (const std::size_t items : {1U, 100U, 10000U})
-        {
-            Queries(report, items);
-        }
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+    return Main("Commands: the module over a client that makes the same COM calls without JSON", argumentCount,
+                arguments, [&](Report& report) {
+                    CoInitializeEx(nullptr, COINIT_MULTITHREADED); // as a host does: joining COM is cheap from then on
+                    FirmwareAndSettings(report);
+                    for (const std::size_t items : {1U, 100U, 10000U})
+                    {
+                        Queries(report, items);
+                    }
+                });
 }

@@ -9,8 +9,6 @@
 
 #include <cstdlib>
 #include <cwchar>
-#include <exception>
-#include <iostream>
 
 namespace
 {
@@ -42,38 +40,30 @@ void ParseAndWrite(const std::wstring& request)
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Dispatch alone: an unsupported function over RapidJSON parsing the request and writing {}",
-                      argumentCount, arguments};
-        auto machine = MakeMachine(1);
-        Subject subject{machine};
-        constexpr unsigned int unsupported = 3;
-        for (const std::size_t length : {2U, 80U, 800U, 5500U, 55000U})
-        {
-            const std::wstring request =
-                length < 20 ? L"{}" : L"{\"inputData\":\"" + std::wstring(length - 16, L'A') + L"\"}";
-            report.Add(Compare(
-                           std::to_string(length) + " characters",
-                           [&](std::size_t operations) {
-                               for (std::size_t i = 0; i < operations; ++i)
-                               {
-                                   subject.RunAny(unsupported, request);
-                               }
-                           },
-                           [&](std::size_t operations) {
-                               for (std::size_t i = 0; i < operations; ++i)
-                               {
-                                   ParseAndWrite(request);
-                               }
-                           }),
-                       {1.3, {}});
-        }
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+    return Main("Dispatch alone: an unsupported function over RapidJSON parsing the request and writing {}",
+                argumentCount, arguments, [&](Report& report) {
+                    auto machine = MakeMachine(1);
+                    Subject subject{machine};
+                    constexpr unsigned int unsupported = 3;
+                    for (const std::size_t length : {2U, 80U, 800U, 5500U, 55000U})
+                    {
+                        const std::wstring request =
+                            length < 20 ? L"{}" : L"{\"inputData\":\"" + std::wstring(length - 16, L'A') + L"\"}";
+                        report.Add(Compare(
+                                       std::to_string(length) + " characters",
+                                       [&](std::size_t operations) {
+                                           for (std::size_t i = 0; i < operations; ++i)
+                                           {
+                                               subject.RunAny(unsupported, request);
+                                           }
+                                       },
+                                       [&](std::size_t operations) {
+                                           for (std::size_t i = 0; i < operations; ++i)
+                                           {
+                                               ParseAndWrite(request);
+                                           }
+                                       }),
+                                   {1.3, {}});
+                    }
+                });
 }

@@ -12,9 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <exception>
 #include <functional>
-#include <iostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -134,16 +132,8 @@ void Run(Report& report)
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Events: the module over a bare mailbox of one slot", argumentCount, arguments};
+    return Main("Events: the module over a bare mailbox of one slot", argumentCount, arguments, [&](Report& report) {
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
         Run(report);
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+    });
 }

@@ -13,9 +13,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <exception>
 #include <functional>
-#include <iostream>
 #include <limits>
 #include <optional>
 #include <string>
@@ -246,22 +244,14 @@ void Sessions(Report& report, Subject& subject)
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Growth: time and peak memory of the module's heap against size; 1 is linear", argumentCount,
-                      arguments};
-        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-        auto machine = MakeMachine(1);
-        Subject subject{machine};
-        Instances(report, subject);
-        RequestSizes(report, subject);
-        ResponseSizes(report, subject);
-        Sessions(report, subject);
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+    return Main("Growth: time and peak memory of the module's heap against size; 1 is linear", argumentCount, arguments,
+                [&](Report& report) {
+                    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+                    auto machine = MakeMachine(1);
+                    Subject subject{machine};
+                    Instances(report, subject);
+                    RequestSizes(report, subject);
+                    ResponseSizes(report, subject);
+                    Sessions(report, subject);
+                });
 }

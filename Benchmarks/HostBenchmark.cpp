@@ -1,6 +1,7 @@
 // wmihost get against the system's own wmic: whole processes, the same question.
 
 #include "Benchmarks/Measure.h"
+#include "Benchmarks/Paths.h"
 #include "Benchmarks/Report.h"
 #include "Shared/Handle.h"
 
@@ -8,9 +9,7 @@
 
 #include <array>
 #include <cstddef>
-#include <exception>
 #include <filesystem>
-#include <iostream>
 #include <stdexcept>
 #include <string>
 
@@ -64,13 +63,6 @@ double Run(const std::filesystem::path& program, const std::wstring& arguments)
     return time;
 }
 
-std::filesystem::path HostProgram()
-{
-    std::array<wchar_t, MAX_PATH> path{};
-    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return std::filesystem::path{path.data()}.replace_filename(L"wmihost.exe");
-}
-
 std::filesystem::path WmicProgram()
 {
     std::array<wchar_t, MAX_PATH> path{};
@@ -92,7 +84,7 @@ void Ask(Report& report, const Question& question)
     report.Add(CompareSamples(
                    question.wmiClass + " " + question.property + (question.json ? ", as JSON" : ""),
                    [&] {
-                       return Run(HostProgram(),
+                       return Run(BesideProgram(L"wmihost.exe"),
                                   (question.json ? L"--json get " : L"get ") + wmiClass + L" " + property + L" --all");
                    },
                    [&] { return Run(WmicProgram(), L"path " + wmiClass + L" get " + property); }, Rounds),
@@ -103,9 +95,7 @@ void Ask(Report& report, const Question& question)
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Program: wmihost get over wmic, whole processes", argumentCount, arguments};
+    return Main("Program: wmihost get over wmic, whole processes", argumentCount, arguments, [&](Report& report) {
         const Question questions[] = {
             {"Win32_BaseBoard", "Product"},
             {"Win32_OperatingSystem", "Caption"},
@@ -119,11 +109,5 @@ int main(int argumentCount, char** arguments)
         {
             Ask(report, question);
         }
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+    });
 }

@@ -3,16 +3,14 @@
 
 #include "Benchmarks/Image.h"
 #include "Benchmarks/Measure.h"
+#include "Benchmarks/Paths.h"
 #include "Benchmarks/Report.h"
 #include "Services/ZVService.h"
 
 #include <windows.h>
 
-#include <array>
 #include <cstddef>
-#include <exception>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -40,9 +38,7 @@ class Library
 public:
     explicit Library(const wchar_t* fileName)
     {
-        std::array<wchar_t, MAX_PATH> program{};
-        GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-        const std::filesystem::path file = std::filesystem::path{program.data()}.replace_filename(fileName);
+        const std::filesystem::path file = BesideProgram(fileName);
         m_module =
             LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
         if (m_module == nullptr)
@@ -101,22 +97,15 @@ void ShowImage(Report& report, const std::string& name, const wchar_t* fileName)
 
 int main(int argumentCount, char** arguments)
 {
-    try
-    {
-        Report report{"Load: the module over an empty DLL of the same toolchain", argumentCount, arguments};
-        CompareLoads(report, "load, factory, unload; first in the process", Empty, {LargestRatio, {}});
-        CompareLoads(report, "the same over an empty DLL with its DLLs", EmptyWithDlls, {LargestRatio, {}});
-        const Library others{EmptyWithDlls}; // a host that uses COM has them
-        CompareLoads(report, "load, factory, unload; the DLLs it needs there", Empty, {LargestRatio, {}});
+    return Main("Load: the module over an empty DLL of the same toolchain", argumentCount, arguments,
+                [&](Report& report) {
+                    CompareLoads(report, "load, factory, unload; first in the process", Empty, {LargestRatio, {}});
+                    CompareLoads(report, "the same over an empty DLL with its DLLs", EmptyWithDlls, {LargestRatio, {}});
+                    const Library others{EmptyWithDlls}; // a host that uses COM has them
+                    CompareLoads(report, "load, factory, unload; the DLLs it needs there", Empty, {LargestRatio, {}});
 
-        ShowImage(report, "module", TheModule);
-        ShowImage(report, "empty DLL", Empty);
-        ShowImage(report, "empty DLL with the same DLLs", EmptyWithDlls);
-        return report.Finish();
-    }
-    catch (const std::exception& failure)
-    {
-        std::cerr << failure.what() << '\n';
-        return 1;
-    }
+                    ShowImage(report, "module", TheModule);
+                    ShowImage(report, "empty DLL", Empty);
+                    ShowImage(report, "empty DLL with the same DLLs", EmptyWithDlls);
+                });
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <utility>
 
@@ -121,6 +122,22 @@ int Report::Finish() const
         return 1;
     }
     return 0;
+}
+
+int Main(const std::string& title, int argumentCount, char** arguments,
+         const std::function<void(Report& report)>& run) noexcept
+{
+    try
+    {
+        Report report{title, argumentCount, arguments};
+        run(report);
+        return report.Finish();
+    }
+    catch (const std::exception& failure)
+    {
+        std::fprintf(stderr, "%s\n", failure.what());
+        return 1;
+    }
 }
 
 } // namespace Zv::Benchmarks

@@ -3,6 +3,7 @@
 
 #include "Benchmarks/Measure.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,5 +48,9 @@ private:
     std::string m_jsonFile;
     std::vector<std::string> m_json; // one object each
 };
+
+// The whole of a program's main: makes the report, runs, prints what is thrown. Returns the exit code.
+[[nodiscard]] int Main(const std::string& title, int argumentCount, char** arguments,
+                       const std::function<void(Report& report)>& run) noexcept;
 
 } // namespace Zv::Benchmarks

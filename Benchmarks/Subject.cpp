@@ -1,10 +1,11 @@
 #include "Benchmarks/Subject.h"
 
+#include "Benchmarks/Paths.h"
 #include "Logging/Logging.h"
 
 #include <rpc.h>
 
-#include <array>
+#include <filesystem>
 #include <stdexcept>
 
 namespace Zv::Benchmarks
@@ -28,11 +29,7 @@ RPC_STATUS WINAPI NoRemoteCall(RPC_BINDING_HANDLE, void*)
 
 HMODULE LoadModule()
 {
-    std::array<wchar_t, MAX_PATH> path{};
-    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    std::wstring file{path.data(), length};
-    file.resize(file.find_last_of(L"\\/") + 1);
-    file += L"WMIService.dll";
+    const std::filesystem::path file = BesideProgram(L"WMIService.dll");
     HMODULE const module =
         LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (module == nullptr)
