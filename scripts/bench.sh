@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmarks; each compares, in one run, the module with the least that the same work could cost.
-# Tables go to standard output, JSON to build/benchmarks/. Takes about two minutes once all is built.
+# Tables go to standard output, JSON to build/benchmarks/. Takes two to three minutes once all is built.
 # On a busy machine: chrt -r 1 scripts/bench.sh, as root.
 #   usage: bench.sh
 set -euo pipefail
