@@ -28,13 +28,16 @@ HMODULE LoadCopy()
     }
     const std::filesystem::path copy =
         folder / (std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++copies) + L".dll");
-    std::filesystem::copy_file(ModuleFolder() / "WMIService.dll", copy);
-    const HMODULE module = LoadLibraryW(copy.c_str());
-    if (module == nullptr)
+    for (int attempt = 0; attempt < 5; ++attempt) // another process may tidy up between the copy and the load
     {
-        throw std::runtime_error{"the copy of WMIService.dll does not load"};
+        std::filesystem::copy_file(ModuleFolder() / "WMIService.dll", copy,
+                                   std::filesystem::copy_options::overwrite_existing, ignored);
+        if (const HMODULE module = LoadLibraryW(copy.c_str()))
+        {
+            return module;
+        }
     }
-    return module;
+    throw std::runtime_error{"the copy of WMIService.dll does not load"};
 }
 
 } // namespace
