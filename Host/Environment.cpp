@@ -40,7 +40,8 @@ Module& Environment::LoadedModule()
     }
     else
     {
-        m_simulation.emplace(m_options.simulateFile, std::move(m_userOptions));
+        m_simulation = std::make_unique<Simulation>(m_options.simulateFile, std::move(m_userOptions));
+        m_simulated = m_simulation.get();
         Interception::LoadWatch watch{path.filename().wstring(),
                                       [this](HMODULE module) { m_simulation->Attach(module); }};
         m_module.emplace(path);

@@ -11,6 +11,7 @@
 #include "Logging/Sinks.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -48,7 +49,10 @@ public:
     // How programs are started for the simulated user. To be set before the module is loaded.
     void SetUserOptions(Simulator::UserSessionOptions options) { m_userOptions = std::move(options); }
     // Null when the module works on this machine, or is not loaded yet.
-    [[nodiscard]] Simulation* Simulated() noexcept { return m_simulation ? &*m_simulation : nullptr; }
+    [[nodiscard]] Simulation* Simulated() noexcept { return m_simulated; }
+    // To be called before the module starts threads of its own: they need the simulated machine until the process is
+    // gone, which therefore has to end without a return from main.
+    void KeepSimulation() noexcept { static_cast<void>(m_simulation.release()); }
 
 private:
     const GlobalOptions& m_options;
@@ -57,7 +61,8 @@ private:
     Simulator::UserSessionOptions m_userOptions;
     std::optional<LogOutput> m_log;
     std::optional<Module> m_module;
-    std::optional<Simulation> m_simulation;
+    std::unique_ptr<Simulation> m_simulation; // null once it is kept
+    Simulation* m_simulated = nullptr;
     std::optional<Session> m_session;
 };
 

@@ -1,7 +1,6 @@
 #include "Host/EventFeed.h"
 
 #include "Host/Json.h"
-#include "Host/ResultCodes.h"
 #include "Host/Utf.h"
 
 #include <wbemcli.h>
@@ -88,16 +87,16 @@ std::size_t EventFeed::Waiting() const noexcept
         std::ranges::count_if(m_commands, [](const auto& command) { return !command->HasEnded(); }));
 }
 
-std::string WhyNoEvents(const Reply& reply)
+const char* WhyNoEvents(unsigned int status) noexcept
 {
-    switch (reply.status)
+    switch (status)
     {
     case static_cast<unsigned int>(WBEM_E_INVALID_CLASS):
         return "this machine has no firmware events: its WMI has no class zvqBEvnt";
     case static_cast<unsigned int>(WBEM_E_INVALID_NAMESPACE):
         return "this machine has no firmware events: its WMI has no namespace ROOT\\WMI";
     default:
-        return ErrorLine(reply.code, "firmware events", reply.problem);
+        return nullptr;
     }
 }
 

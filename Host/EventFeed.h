@@ -45,7 +45,8 @@ private:
     std::vector<std::unique_ptr<const PendingCommand>> m_commands;
 };
 
-// Why there are no firmware events, from the answer of a registration, in plain words.
-[[nodiscard]] std::string WhyNoEvents(const Reply& reply);
+// What this machine lacks, in plain words, when a registration failed with this status of a call; null when it is
+// something else.
+[[nodiscard]] const char* WhyNoEvents(unsigned int status) noexcept;
 
 } // namespace Zv::Host

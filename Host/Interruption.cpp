@@ -20,7 +20,7 @@ using Tessel::Server::Shared::LockGuard;
 namespace
 {
 
-constexpr DWORD Grace = 3000;       // for the program's own end
+constexpr DWORD Grace = 5000;       // for the program's own end
 constexpr DWORD ReportTime = 1000;  // for the last words
 constexpr DWORD ConsoleTime = 4500; // a closed console's processes are ended after 5 s
 
@@ -49,6 +49,18 @@ std::string SecondsText(milliseconds time)
         text.erase(text.find_last_not_of('0') + 1);
     }
     return text + " s";
+}
+
+void ReportQuietly(const Interruption::Report& report, const Failure& failure) noexcept
+{
+    try
+    {
+        report(failure);
+    }
+    catch (const std::exception&)
+    {
+        OutputDebugStringW(L"wmihost cannot say why it ends: the output is gone.\n");
+    }
 }
 
 } // namespace
@@ -124,7 +136,7 @@ void Interruption::EndProcess(const Failure& failure) const noexcept
     try
     {
         // Whoever hangs may hold the console: the last words are not waited for without limit.
-        const Simulator::Worker words{[report = m_report, failure] { report(failure); }};
+        const Simulator::Worker words{[report = m_report, failure] { ReportQuietly(report, failure); }};
         static_cast<void>(words.WaitFor(ReportTime));
     }
     catch (const std::exception&)

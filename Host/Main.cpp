@@ -1,6 +1,8 @@
 #include "Host/Application.h"
 #include "Host/Utf.h"
 
+#include <windows.h>
+
 #include <string>
 #include <vector>
 
@@ -13,5 +15,7 @@ extern "C" int wmain(int count, wchar_t** arguments)
     {
         texts.push_back(Zv::Host::ToUtf8(arguments[i]));
     }
-    return static_cast<int>(Zv::Host::RunApplication(texts));
+    // Not by returning: where the module's hotkeys are armed, its threads go on until the process is gone, and would
+    // find destroyed what they use of this program.
+    ExitProcess(static_cast<UINT>(Zv::Host::RunApplication(texts)));
 }

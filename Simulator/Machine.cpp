@@ -198,6 +198,11 @@ std::size_t Machine::FireEvent(const EventValues& values)
     return m_core->events->Fire(MakeEvent(values));
 }
 
+std::size_t Machine::FireEventWithoutData(int id)
+{
+    return m_core->events->Fire(MakeEvent(id, std::nullopt));
+}
+
 void Machine::PostEvent(int id, int data)
 {
     m_core->events->Post(MakeEvent(id, data));
@@ -247,7 +252,7 @@ ObjectPtr Machine::MakeEvent(const EventValues& values) const
     return event;
 }
 
-ObjectPtr Machine::MakeEvent(int id, int data) const
+ObjectPtr Machine::MakeEvent(int id, std::optional<int> data) const
 {
     const Events& events = m_core->description.events;
     if (events.definition == nullptr)
@@ -255,7 +260,7 @@ ObjectPtr Machine::MakeEvent(int id, int data) const
         return MakeEvent({});
     }
     return MakeEvent({{events.idName, NumberFor(*events.definition, events.idName, id)},
-                      {events.dataName, NumberFor(*events.definition, events.dataName, data)}});
+                      {events.dataName, data ? NumberFor(*events.definition, events.dataName, *data) : Value{}}});
 }
 
 } // namespace Zv::Simulator

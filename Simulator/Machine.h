@@ -89,6 +89,7 @@ public:
     // and several threads may fire at once. PostEvent leaves the delivery to the machine's own threads and returns.
     std::size_t FireEvent(int id, int data);
     std::size_t FireEvent(const EventValues& values);
+    std::size_t FireEventWithoutData(int id); // its data is NULL
     void PostEvent(int id, int data);
     void PostEvent(const EventValues& values);
     [[nodiscard]] std::size_t Subscriptions() const;
@@ -102,7 +103,7 @@ private:
     explicit Machine(std::shared_ptr<Core> core) noexcept;
 
     [[nodiscard]] ObjectPtr MakeEvent(const EventValues& values) const;
-    [[nodiscard]] ObjectPtr MakeEvent(int id, int data) const;
+    [[nodiscard]] ObjectPtr MakeEvent(int id, std::optional<int> data) const;
 
     std::shared_ptr<Core> m_core;
 };

@@ -7,7 +7,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
 zv_install_missing_packages
-zv_build --target wmihost
+zv_build --target wmihost LaunchedProgram
 
 act() {
     printf '\n=== %s ===\n' "$*"
@@ -73,3 +73,30 @@ act "This machine recorded, and its description simulated"
 show 0 record --out build/recorded.json Win32_BIOS Win32_BaseBoard </dev/null
 show 0 check build/recorded.json </dev/null
 show 0 --simulate build/recorded.json get Win32_BIOS SerialNumber </dev/null
+
+demo=build/demo
+mkdir -p "$demo"
+description=$(<Simulator/machines/notebook.json)
+
+act "A simulated notebook's firmware events, as they come"
+schedule='"schedule": [{"atMs": 300, "id": 20, "data": 16711680}, {"atMs": 600, "id": 21, "data": 5}]'
+printf '%s\n' "${description/'"events": {'/"\"events\": { $schedule,"}" >"$demo/events.json"
+show 0 --simulate "$demo/events.json" events --count 2 </dev/null
+
+act "Hotkeys on a simulated notebook: one is only shown, the other starts a program of this machine"
+report=$PWD/$demo/report.txt
+rm -f "$report"
+launched=$description
+launched=${launched/'"alias": "ChimeboxUWP.exe",'/"\"alias\": \"ChimeboxUWP.exe\",
+      \"executable\": \"Z:$PWD/build/linux-mingw/tests/LaunchedProgram.exe\","}
+launched=${launched/'"C:\\Program Files\\WindowsApps\\7B3E90C4.Chimeboxes_1.38.2.0_x64__k2x7m4qp9wt1d"'/'"C:\\windows"'}
+launched=${launched/'"environment": {'/"\"environment\": { \"ZV_REPORT\": \"Z:$report\","}
+printf '%s\n' "$launched" >"$demo/hotkeys.json"
+show 0 --timeout 60 --simulate "$demo/hotkeys.json" \
+    hotkeys --press 20:0xff0000 --press 21:5 --launch-for-real </dev/null
+for ((i = 0; i < 300; ++i)); do
+    grep -qs '^directory:' "$report" && break
+    sleep 0.1
+done
+printf '\nThe started program writes:\n'
+grep -E '^(command line|arguments|directory):' "$report"

@@ -14,6 +14,7 @@ std::vector<std::unique_ptr<Command>> MakeCommands()
     commands.push_back(MakeRunCommand());
     commands.push_back(MakeEventsCommand());
     commands.push_back(MakeSendCommand());
+    commands.push_back(MakeHotkeysCommand());
     commands.push_back(MakePackageCommand());
     commands.push_back(MakeLaunchCommand());
     commands.push_back(MakeRecordCommand());

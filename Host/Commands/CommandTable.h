@@ -17,6 +17,7 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeRunCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeEventsCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeSendCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeHotkeysCommand();
 [[nodiscard]] std::unique_ptr<Command> MakePackageCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeLaunchCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeRecordCommand();

@@ -3,6 +3,7 @@
 #include "Host/Failure.h"
 #include "Host/Json.h"
 #include "Host/Numbers.h"
+#include "Host/ResultCodes.h"
 #include "Host/SystemError.h"
 #include "Host/Utf.h"
 
@@ -172,7 +173,9 @@ public:
 
         if (const Reply* const failed = feed.Failed())
         {
-            throw CommandFailure{failed->code, WhyNoEvents(*failed)};
+            const char* const lack = WhyNoEvents(failed->status);
+            throw CommandFailure{failed->code,
+                                 lack != nullptr ? lack : ErrorLine(failed->code, "firmware events", failed->problem)};
         }
         environment.Output().WriteErrorLine(Counted(printer.Count(), "event"));
         const Interruption& interruption = environment.GetInterruption();

@@ -1,5 +1,6 @@
 #include "Host/Commands/CommandTable.h"
 #include "Host/Commands/ConsoleUser.h"
+#include "Host/Commands/StartedProcessText.h"
 #include "Host/Failure.h"
 #include "Host/Json.h"
 #include "Host/Utf.h"
@@ -21,27 +22,6 @@ given and the package of the description names a program ("executable").
 Examples:
   wmihost launch Lumashade.exe 7B3E90C4.Lumashade_k2x7m4qp9wt1d
   wmihost launch ChimeboxUWP.exe 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d "21#0#24-03-05 14:07:09")";
-
-std::string JsonOf(const Simulator::StartedProcess& started)
-{
-    return JsonObject{}
-        .Add("application", ToUtf8(started.application))
-        .Add("commandLine", ToUtf8(started.commandLine))
-        .Add("folder", ToUtf8(started.directory))
-        .Add("program", ToUtf8(started.program))
-        .Add("processId", static_cast<int>(started.processId))
-        .Text();
-}
-
-std::string TextOf(const Simulator::StartedProcess& started)
-{
-    return "application   " + ToUtf8(started.application) + "\ncommand line  [" + ToUtf8(started.commandLine) +
-           "]\nfolder        " + ToUtf8(started.directory) + '\n' +
-           (started.program.empty()
-                ? "simulated"
-                : "running       " + ToUtf8(started.program) + ", process " + std::to_string(started.processId)) +
-           '\n';
-}
 
 class LaunchCommand : public Command
 {

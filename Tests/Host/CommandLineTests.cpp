@@ -14,8 +14,8 @@ namespace Zv::Testing
 namespace
 {
 
-constexpr const char* Commands[] = {"get",    "text", "firmware", "set",   "defaults", "run",
-                                    "events", "send", "record",   "check", "explain"};
+constexpr const char* Commands[] = {"get",    "text", "firmware", "set",    "defaults", "run",
+                                    "events", "send", "hotkeys",  "record", "check",    "explain"};
 
 // A mistake on the command line: exit code 2, nothing on standard output, one line on standard error.
 std::string MistakeOf(const std::vector<std::string>& arguments)

@@ -81,10 +81,10 @@ TEST(HostTimeOut, EndsARawRegistrationWhichAnswers)
 {
     const TemporaryFolder folder;
     const Outcome outcome =
-        RunHost({"run", "4", "--timeout", "0.5", "--simulate", folder.Write("machine.json", EventMachine(""))});
+        RunHost({"run", "4", "--timeout", "2.5", "--simulate", folder.Write("machine.json", EventMachine(""))});
     EXPECT_EQ(outcome.exitCode, 5);
     EXPECT_EQ(outcome.output, "{\"result\":0}\n");
-    EXPECT_EQ(outcome.error, "not done after 0.5 s (--timeout)\n");
+    EXPECT_EQ(outcome.error, "not done after 2.5 s (--timeout)\n");
 }
 
 TEST(HostTimeOut, LeavesACallThatHangs)

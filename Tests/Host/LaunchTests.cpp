@@ -37,17 +37,6 @@ Outcome RunOn(const std::string& sections, std::vector<std::string> arguments)
     return RunHost(arguments);
 }
 
-// With the backslashes of JSON.
-std::string Escaped(const std::string& path)
-{
-    std::string escaped;
-    for (const char c : path)
-    {
-        escaped += c == '\\' ? "\\\\" : std::string{c};
-    }
-    return escaped;
-}
-
 TEST(HostPackage, ShowsThePackageOfTheConsoleUser)
 {
     const Outcome outcome = RunOnNotebook({"package", Lumashade});
@@ -129,8 +118,8 @@ TEST(HostLaunch, StartsTheProgramOfTheDescriptionForReal)
     const std::filesystem::path program = HostFolder().parent_path() / "tests" / "LaunchedProgram.exe";
     const std::string machine =
         R"("session":{"signedIn":true,"profile":"C:\\Users\\ann","environment":{"ZV_REPORT":")" +
-        Escaped((folder / "report.txt").string()) + R"(","ZV_DONE":")" + Host::ToUtf8(doneName) +
-        R"("}},"packages":[{"family":"F_1","alias":"f.exe","executable":")" + Escaped(program.string()) +
+        JsonEscaped((folder / "report.txt").string()) + R"(","ZV_DONE":")" + Host::ToUtf8(doneName) +
+        R"("}},"packages":[{"family":"F_1","alias":"f.exe","executable":")" + JsonEscaped(program.string()) +
         R"(","fullNames":[{"name":"F_1.0","folder":"C:\\windows"}]}])";
 
     const Outcome outcome = RunOn(machine, {"launch", "f.exe", "F_1", "one two", "--launch-for-real"});

@@ -159,6 +159,16 @@ std::string EventMachine(const std::string& schedule)
            schedule + "]}}";
 }
 
+std::string JsonEscaped(const std::string& path)
+{
+    std::string escaped;
+    for (const char c : path)
+    {
+        escaped += c == '\\' ? "\\\\" : std::string{c};
+    }
+    return escaped;
+}
+
 std::filesystem::path HostFolder()
 {
     const std::filesystem::path ownFolder = Host::Module::DefaultPath().parent_path();

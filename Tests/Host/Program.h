@@ -64,6 +64,9 @@ private:
 // A description of a machine that has firmware events alone, with this schedule (the JSON of a list's items).
 [[nodiscard]] std::string EventMachine(const std::string& schedule);
 
+// A path with the backslashes of JSON.
+[[nodiscard]] std::string JsonEscaped(const std::string& path);
+
 // The folder of wmihost.exe and the module.
 [[nodiscard]] std::filesystem::path HostFolder();
 

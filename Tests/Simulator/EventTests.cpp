@@ -54,6 +54,15 @@ protected:
 
 } // namespace
 
+TEST_F(EventTests, AnEventWithoutDataHasNullInItsPlace)
+{
+    Sink sink;
+    ASSERT_EQ(S_OK, Subscribe(L"SELECT * FROM zvqBEvnt", &sink));
+    EXPECT_EQ(1U, m_machine.FireEventWithoutData(20));
+    EXPECT_EQ(L"VT_I4 20, VT_NULL", sink.Events().back());
+    EXPECT_EQ(S_OK, m_services->CancelAsyncCall(&sink));
+}
+
 TEST_F(EventTests, AnEventReachesTheSinkThroughItsStub)
 {
     Sink sink;
