@@ -63,8 +63,8 @@ void Stage::RedirectPlatform()
                                                                      unsigned int(__stdcall * body)(void*),
                                                                      void* argument, unsigned int, unsigned int*) {
         threads.push_back([body, argument] { body(argument); });
-        // Any handle that can be closed.
-        return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        // Any handle that can be closed, of something that has ended.
+        return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, TRUE, TRUE, nullptr));
     });
     // The module is not pinned: each load of it ends.
     calls.Replace<"GetModuleHandleExW", decltype(GetModuleHandleExW)>(

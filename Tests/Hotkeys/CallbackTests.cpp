@@ -1,7 +1,7 @@
 // The event callbacks themselves, given texts that the firmware's path never makes, and failing launches.
 
-#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
+#include "Tests/Support/CommandTap.h"
 
 #include "Tests/Support/Text.h"
 

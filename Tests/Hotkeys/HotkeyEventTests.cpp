@@ -1,7 +1,7 @@
 // From a firmware event to the companion app.
 
-#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
+#include "Tests/Support/CommandTap.h"
 
 #include "Tests/Support/Text.h"
 

@@ -59,6 +59,18 @@ HotkeyTest::~HotkeyTest()
     FakeLoggingForgetProvider();
 }
 
+void HotkeyTest::TearDown()
+{
+    plan.Clear();
+    StopListeners();
+    EXPECT_EQ(ledgers.threads.Running(), 0u);
+    EXPECT_THAT(ledgers.handles.Held(), ::testing::Each(std::wstring{L"OpenEventW"})); // of the sinks
+    EXPECT_EQ(ledgers.environments.Count(), 0u);
+    EXPECT_EQ(ledgers.uuidTexts.Count(), 0u);
+    EXPECT_EQ(ledgers.impersonations, 0);
+    EXPECT_EQ(ledgers.accessedSafeArrays, 0);
+}
+
 void HotkeyTest::WatchThreads()
 {
     calls->Replace<"CreateEventW", decltype(CreateEventW)>(

@@ -31,14 +31,15 @@ inline constexpr wchar_t LumashadeNotSupported[] =
 inline constexpr wchar_t ListenerFailed[] = L"Error SetupListner() failed to setup listner.";
 
 // A simulated notebook with a service that has not been started yet: nothing of the module is armed. Each test has a
-// module of its own. At its end the listening threads are told to stop and waited for; what the listeners keep stays.
+// module of its own. At its end the listening threads are told to stop and waited for; nothing
+// may be left over but what the listeners keep as long as their module lives: subscriptions and sessions.
 class HotkeyTest : public ::testing::Test
 {
 protected:
     HotkeyTest();
     ~HotkeyTest() override;
 
-    void TearDown() override { StopListeners(); }
+    void TearDown() override;
 
     // The board's product id, as WMI gives it.
     void SetBoard(Value product);

@@ -1,7 +1,7 @@
 // The listener threads: what each asks for, under which name, and what becomes of one that cannot start.
 
-#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
+#include "Tests/Support/CommandTap.h"
 
 #include "Logging/Logging.h"
 #include "Tests/FakeLogging/FakeLogging.h"
@@ -205,7 +205,7 @@ protected:
                                                                           unsigned int(__stdcall * body)(void*),
                                                                           void* argument, unsigned int, unsigned int*) {
             bodies.push_back([body, argument] { body(argument); });
-            return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+            return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, TRUE, TRUE, nullptr)); // has ended
         });
         calls->Replace<"WaitForMultipleObjects", decltype(WaitForMultipleObjects)>(
             [](DWORD, const HANDLE*, BOOL, DWORD) -> DWORD { return WAIT_OBJECT_0; });
@@ -244,7 +244,7 @@ TEST_F(ListenerBody, AnAllocationOfTheStartThatFailsIsLoggedAndCostsAtMostWhatIt
         calls->Replace<"_beginthreadex", decltype(_beginthreadex)>(
             [&threads](void*, unsigned int, unsigned int(__stdcall*)(void*), void*, unsigned int, unsigned int*) {
                 ++threads;
-                return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+                return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, TRUE, TRUE, nullptr)); // has ended
             });
         calls->Replace<"CoCreateInstance", decltype(CoCreateInstance)>(
             [](REFCLSID, IUnknown*, DWORD, REFIID, void**) -> HRESULT { return REGDB_E_CLASSNOTREG; });

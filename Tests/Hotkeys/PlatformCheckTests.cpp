@@ -1,7 +1,7 @@
 // On which boards which app's hotkeys are armed.
 
-#include "Tests/Support/CommandTap.h"
 #include "Tests/Hotkeys/HotkeyTest.h"
+#include "Tests/Support/CommandTap.h"
 
 #include "Tests/Support/Text.h"
 

@@ -202,12 +202,10 @@ void FakeUserSession::AnswerProfile()
             }
             *block = m_environment.data();
             m_names[*block] = L"environment";
-            m_ledgers.handles.Taken(*block, L"environment block");
             return TRUE;
         });
     Answer<"DestroyEnvironmentBlock", decltype(DestroyEnvironmentBlock)>([this](void* block) -> BOOL {
         Enter("DestroyEnvironmentBlock", NameOf(block));
-        m_ledgers.handles.Given(block);
         SetLastError(ERROR_GEN_FAILURE); // whoever reads the error too late reads this
         return TRUE;
     });

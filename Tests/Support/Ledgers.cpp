@@ -53,6 +53,29 @@ std::vector<std::wstring> Ledger::Held() const
     return notes;
 }
 
+Threads::~Threads()
+{
+    for (const HANDLE thread : m_threads)
+    {
+        CloseHandle(thread);
+    }
+}
+
+void Threads::Started(HANDLE thread)
+{
+    HANDLE duplicate = nullptr;
+    DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &duplicate, SYNCHRONIZE, FALSE, 0);
+    const LockGuard guard{m_lock};
+    m_threads.push_back(duplicate);
+}
+
+std::size_t Threads::Running() const
+{
+    const LockGuard guard{m_lock};
+    return static_cast<std::size_t>(
+        std::ranges::count_if(m_threads, [](HANDLE thread) { return WaitForSingleObject(thread, 0) == WAIT_TIMEOUT; }));
+}
+
 std::wstring Ledgers::Outstanding() const
 {
     std::wstring text;
@@ -70,7 +93,9 @@ std::wstring Ledgers::Outstanding() const
     };
     list(L"heap block", heap);
     list(L"handle", handles);
+    list(L"environment block", environments);
     list(L"text of a UUID", uuidTexts);
+    count(L"running threads", static_cast<int>(threads.Running()));
     count(L"joins of COM not left", comJoins);
     count(L"impersonations not reverted", impersonations);
     count(L"arrays left accessed", accessedSafeArrays);

@@ -1,4 +1,5 @@
-// What the module holds: heap blocks, kernel handles, joins of COM, impersonation.
+// What the module holds: heap blocks, kernel handles and tokens, environment blocks, threads, joins of COM,
+// impersonation.
 #pragma once
 
 #include "Shared/Lock.h"
@@ -42,10 +43,29 @@ private:
     std::unordered_map<const void*, Entry> m_things; // guarded by m_lock
 };
 
+// Threads that were started. Safe on several threads.
+class Threads
+{
+public:
+    Threads() = default;
+    Threads(const Threads&) = delete;
+    Threads& operator=(const Threads&) = delete;
+    ~Threads();
+
+    void Started(HANDLE thread);
+    [[nodiscard]] std::size_t Running() const;
+
+private:
+    mutable Tessel::Server::Shared::Lock m_lock;
+    std::vector<HANDLE> m_threads; // duplicates; guarded by m_lock
+};
+
 struct Ledgers
 {
     Ledger heap;
-    Ledger handles;
+    Ledger handles; // of events, tokens, processes, threads
+    Ledger environments;
+    Threads threads;
     Ledger uuidTexts;                        // of UuidToStringW
     std::atomic<int> comJoins = 0;           // CoInitializeEx that succeeded less CoUninitialize
     std::atomic<int> impersonations = 0;     // ImpersonateLoggedOnUser that succeeded less RevertToSelf

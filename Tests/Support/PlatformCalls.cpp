@@ -2,9 +2,12 @@
 
 #include <objbase.h>
 #include <oleauto.h>
+#include <process.h>
 #include <rpc.h>
+#include <userenv.h>
 #include <wincrypt.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace Zv::Testing
@@ -18,6 +21,7 @@ PlatformCalls::PlatformCalls(HMODULE module, Transcript& transcript, FaultPlan& 
     WatchAutomation();
     WatchKernel();
     WatchTokensAndProcesses();
+    WatchThreadsAndEnvironments();
     WatchCryptographyAndRpc();
     WatchHeap();
 }
@@ -160,6 +164,30 @@ void PlatformCalls::WatchTokensAndProcesses()
     Watch<"RevertToSelf", decltype(RevertToSelf)>(Traced::Yes).taken = [](Ledgers& ledgers, BOOL done) {
         ledgers.impersonations -= done ? 1 : 0;
     };
+}
+
+void PlatformCalls::WatchThreadsAndEnvironments()
+{
+    Watch<"_beginthreadex", decltype(_beginthreadex)>(Traced::No).taken =
+        [](Ledgers& ledgers, std::uintptr_t thread, void*, unsigned int, unsigned int(__stdcall*)(void*), void*,
+           unsigned int, unsigned int*) {
+            if (thread != 0)
+            {
+                // Declared as an integer, and a handle. NOLINTNEXTLINE(performance-no-int-to-ptr)
+                const auto handle = reinterpret_cast<HANDLE>(thread);
+                ledgers.handles.Taken(handle, L"_beginthreadex");
+                ledgers.threads.Started(handle);
+            }
+        };
+    Watch<"CreateEnvironmentBlock", decltype(CreateEnvironmentBlock)>(Traced::Yes).taken =
+        [](Ledgers& ledgers, BOOL done, void** block, HANDLE, BOOL) {
+            if (done)
+            {
+                ledgers.environments.Taken(*block, L"CreateEnvironmentBlock");
+            }
+        };
+    Watch<"DestroyEnvironmentBlock", decltype(DestroyEnvironmentBlock)>(Traced::Yes).given =
+        [](Ledgers& ledgers, void* block) { ledgers.environments.Given(block); };
 }
 
 void PlatformCalls::WatchCryptographyAndRpc()

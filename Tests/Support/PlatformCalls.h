@@ -17,9 +17,9 @@ enum class Traced
     Yes
 };
 
-// Redirects the module's imports while it lives: heap, COM, OLE automation, kernel objects, base64, RPC, tokens. Each
-// call goes through the fault plan under the function's name, traced ones into the transcript. One at a time per
-// process. Functions beyond those are added with Watch.
+// Redirects the module's imports while it lives: heap, COM, OLE automation, kernel objects, base64, RPC, tokens,
+// threads. Each call goes through the fault plan under the function's name, traced ones into the transcript. One at a
+// time per process. Functions beyond those are added with Watch.
 class PlatformCalls
 {
 public:
@@ -77,6 +77,7 @@ private:
     void WatchAutomation();
     void WatchKernel();
     void WatchTokensAndProcesses();
+    void WatchThreadsAndEnvironments();
     void WatchCryptographyAndRpc();
 
     Interception::ImportTable m_imports;

@@ -42,6 +42,18 @@ TEST(Ledgers, NameEachKindOfThingThatIsLeft)
     EXPECT_EQ(ledgers.Outstanding(), L"heap block: 12 bytes\njoins of COM not left: 1\n");
 }
 
+TEST(Ledgers, CountAThreadUntilItHasEnded)
+{
+    Ledgers ledgers;
+    const HANDLE thread = CreateEventW(nullptr, TRUE, FALSE, nullptr); // like a thread, signalled at its end
+    ledgers.threads.Started(thread);
+    EXPECT_EQ(ledgers.Outstanding(), L"running threads: 1\n");
+
+    SetEvent(thread);
+    CloseHandle(thread);
+    EXPECT_EQ(ledgers.Outstanding(), L"");
+}
+
 TEST(ComMemory, CountsBstrsAndArraysWhoeverMakesThem)
 {
     ComMemory::Watch();
