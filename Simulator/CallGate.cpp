@@ -36,7 +36,7 @@ CallGate::Effect CallGate::Enter(Site site, std::wstring_view about)
         const bool strikes = live.seen >= fault.first && (fault.count == 0 || live.seen - fault.first < fault.count);
         if (strikes && !struck) // the first fault in the list wins; the others count all the same
         {
-            effect = {fault.status, fault.delay, fault.hang, fault.done};
+            effect = {fault.status, fault.delay, fault.hang, fault.done, fault.empty};
             struck = true;
         }
     }

@@ -41,7 +41,10 @@ public:
         HRESULT status = S_OK; // a failure: the call returns it and does nothing else
         DWORD delay = 0;
         bool hang = false;
-        bool done = false; // it does its work all the same
+        bool done = false;  // it does its work all the same
+        bool empty = false; // it returns the status, a success, and does nothing else
+
+        [[nodiscard]] bool Decides() const noexcept { return FAILED(status) || empty; }
     };
     [[nodiscard]] Effect Enter(Site site, std::wstring_view about);
     // Waits out a delay or a hang; false when that takes longer than the limit, which has passed then.
@@ -61,8 +64,8 @@ public:
             const Effect effect = Enter(site, about);
             const std::size_t record = m_recording ? Record(site, about, detail()) : NoRecord;
             static_cast<void>(Wait(effect.delay, effect.hang, INFINITE));
-            const HRESULT done = FAILED(effect.status) && !effect.done ? S_OK : Protect(body);
-            const HRESULT status = FAILED(effect.status) ? effect.status : done;
+            const HRESULT done = effect.Decides() && !effect.done ? S_OK : Protect(body);
+            const HRESULT status = effect.Decides() ? effect.status : done;
             Finish(record, status);
             return status;
         }

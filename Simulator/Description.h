@@ -75,6 +75,7 @@ struct Fault
     DWORD delay = 0;       // milliseconds before that
     bool hang = false;     // waits until the machine goes or its hanging calls are let go
     bool done = false;     // the call does its work before it fails
+    bool empty = false;    // the call succeeds with that status, and hands out nothing
 };
 
 // Who is signed in at the console.

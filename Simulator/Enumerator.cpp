@@ -65,7 +65,7 @@ HRESULT Enumerator::Next(LONG timeout, ULONG count, IWbemClassObject** objects, 
         HRESULT status = Status(WBEM_S_TIMEDOUT);
         if (Gate().Wait(effect.delay, effect.hang, limit))
         {
-            status = FAILED(effect.status) ? effect.status : Fetch(count, objects, *returned);
+            status = effect.Decides() ? effect.status : Fetch(count, objects, *returned);
         }
         Gate().Finish(record, status);
         return status;

@@ -235,6 +235,14 @@ std::string Campaign::Judge(const PlannedFault& fault, const Seen& seen) const
     }
     const Lines more = Minus(LinesOf(seen.log), LinesOf(m_good.log));
     const Lines less = Minus(LinesOf(m_good.log), LinesOf(seen.log));
+    for (const LogLine& line : seen.log)
+    {
+        if (line.overload == Overload::Data &&
+            (!m_scenario.IsOfClient(line.context.value_or(L"")) || line.reserved != 0))
+        {
+            complaints += "not of the client: " + Narrow(Describe(line)) + "\n";
+        }
+    }
     if (fault.mode == Mode::Slow)
     {
         const bool same = HasEffect(m_good, seen, {}, fault.mode) && more.empty() && less.empty() && seen.joins == 0;

@@ -301,6 +301,8 @@ private:
         }
     }
 
+    static constexpr std::string_view Next = "IEnumWbemClassObject::Next";
+
     void AddEnumeration(unsigned int group, const wchar_t* method)
     {
         const std::wstring line = Failed(Public, method, L"IEnumWbemClassObject->Next");
@@ -314,6 +316,21 @@ private:
                  .effect = Effect::Fails,
                  .code = code,
                  .lines = {line}});
+        }
+        // The end of the enumeration before its time.
+        Add({.groups = group,
+             .site = Next,
+             .number = 1,
+             .only = Status(WBEM_S_FALSE),
+             .effect = Effect::Fails,
+             .code = General});
+        for (int number = 2; number <= 4; ++number)
+        {
+            Add({.groups = group,
+                 .site = Next,
+                 .number = number,
+                 .only = Status(WBEM_S_FALSE),
+                 .effect = Effect::Other});
         }
     }
 
@@ -483,6 +500,13 @@ private:
         }
         check("IWbemServices::ExecQuery", {}, {Failed(Public, L"EnumClassObject", L"IWbemServices->ExecQuery")});
         check("IEnumWbemClassObject::Next", {}, {Failed(Public, L"GetPropertyValue", L"IEnumWbemClassObject->Next")});
+        Add({.groups = group,
+             .site = Next,
+             .number = 1,
+             .only = Status(WBEM_S_FALSE),
+             .effect = Effect::Other,
+             .lines = noPlatform});
+        Add({.groups = group, .site = Next, .number = 2, .only = Status(WBEM_S_FALSE)}); // it was the end
         check("IWbemClassObject::Get", {}, {Failed(Public, L"GetPropertyValue", L"IWbemClassObject->Get")});
         check("SysAllocString", {}, {});
         check("UuidToStringW", {}, {});

@@ -48,6 +48,7 @@ void FaultBox::Arm(const std::optional<PlannedFault>& fault)
         effect.count = fault->mode == Mode::Onward ? 0 : 1;
         effect.status = fault->mode == Mode::Slow ? S_OK : static_cast<HRESULT>(fault->way.result);
         effect.done = fault->way.done;
+        effect.empty = fault->mode != Mode::Slow && SUCCEEDED(static_cast<HRESULT>(fault->way.result));
         effect.delay = fault->mode == Mode::Slow ? SlowCallMilliseconds : 0;
         m_machine.AddFault(effect);
         m_callsBefore = m_machine.CallCount(effect.site);

@@ -84,6 +84,7 @@ public:
         seen.left += m_stage.TakeLeftovers();
         return seen;
     }
+    [[nodiscard]] bool IsOfClient(const std::wstring& context) const final { return context == ClientName; }
     [[nodiscard]] std::vector<MadeCall> Calls() const final { return m_stage.box.Calls(); }
     [[nodiscard]] bool Struck() const final { return m_stage.box.Struck(); }
     [[nodiscard]] bool RunGoodCommand() final { return SucceedsOn(m_service.Get()); }
@@ -354,6 +355,11 @@ public:
             seen.left += "the module itself\n";
         }
         return seen;
+    }
+    [[nodiscard]] bool IsOfClient(const std::wstring& context) const override
+    {
+        return context == L"APP_FETCH_Platform_ID_CONTEXT" ||
+               (context.starts_with(L"APP_7B3E90C4.") && context.ends_with(L"_LAUNCHER"));
     }
     [[nodiscard]] std::vector<MadeCall> Calls() const override { return m_calls; }
     [[nodiscard]] bool LeavesNothingBehind() const override { return true; }

@@ -54,6 +54,8 @@ public:
     [[nodiscard]] Group OfGroup() const noexcept { return m_group; }
 
     [[nodiscard]] virtual Seen Run(const std::optional<PlannedFault>& fault) = 0;
+    // Whether a log line's context is that of a client of this scenario.
+    [[nodiscard]] virtual bool IsOfClient(const std::wstring& context) const = 0;
     // Of the last run without a fault.
     [[nodiscard]] virtual std::vector<MadeCall> Calls() const = 0;
     // Whether the fault of the last run was met.

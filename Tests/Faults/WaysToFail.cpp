@@ -369,8 +369,10 @@ const Failures* FailuresOfSite(std::string_view site)
                                                  Status(WBEM_E_PROVIDER_LOAD_FAILURE), Status(WBEM_E_PROVIDER_FAILURE),
                                                  Status(WBEM_E_METHOD_DISABLED), serverGone})},
             {"IClientSecurity::SetBlanket", Gives({E_INVALIDARG, E_OUTOFMEMORY})},
-            {"IEnumWbemClassObject::Next", Gives({invalidClass, Status(WBEM_E_INVALID_QUERY), failed, outOfMemory,
-                                                  transport, Status(WBEM_E_UNEXPECTED), serverGone})},
+            {"IEnumWbemClassObject::Next",
+             // The last two succeed and hand out nothing.
+             Gives({invalidClass, Status(WBEM_E_INVALID_QUERY), failed, outOfMemory, transport,
+                    Status(WBEM_E_UNEXPECTED), serverGone, Status(WBEM_S_FALSE), Status(WBEM_S_TIMEDOUT)})},
             {"IWbemClassObject::QueryInterface", noInterface},
             {"IWbemClassObject::Get", object},
             {"IWbemClassObject::Put", object},
