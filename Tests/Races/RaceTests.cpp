@@ -34,7 +34,7 @@ namespace
 struct Seeds
 {
     std::uint64_t first = 1;
-    std::uint64_t count = 300;
+    std::uint64_t count = 150;
 };
 Seeds g_seeds;
 
