@@ -116,15 +116,12 @@ private:
 
     [[nodiscard]] std::vector<Wanted> WantedClasses() const
     {
+        const auto parse = [this](const std::string& text) { return Parse(text); };
         std::vector<Wanted> wanted;
-        for (const std::string& text : m_classes)
-        {
-            wanted.push_back(Parse(text));
-        }
+        std::ranges::transform(m_classes, std::back_inserter(wanted), parse);
         if (wanted.empty())
         {
-            std::ranges::transform(UsualClasses, std::back_inserter(wanted),
-                                   [this](const char* text) { return Parse(text); });
+            std::ranges::transform(UsualClasses, std::back_inserter(wanted), parse);
         }
         return wanted;
     }
