@@ -20,7 +20,8 @@ constexpr DWORD TimeToFail = 1000;
 
 } // namespace
 
-EventFeed::EventFeed(Session& session, const std::vector<int>& ids, Session::Progress onEvent) : m_session{session}
+EventFeed::EventFeed(Session& session, const std::vector<int>& ids, const Session::Progress& onEvent)
+    : m_session{session}
 {
     std::vector<int> wanted = ids.empty() ? std::vector{0} : ids;
     // The first that comes waits, all others join it and return. So one more than there are ids says, by returning,

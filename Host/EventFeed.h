@@ -18,7 +18,7 @@ class EventFeed
 public:
     // No ids: every event. `onEvent` receives each event's JSON text; what it throws comes out of Failed(). The session
     // must outlive the feed.
-    EventFeed(Session& session, const std::vector<int>& ids, Session::Progress onEvent);
+    EventFeed(Session& session, const std::vector<int>& ids, const Session::Progress& onEvent);
     EventFeed(const EventFeed&) = delete;
     EventFeed& operator=(const EventFeed&) = delete;
     ~EventFeed() { Stop(); }
