@@ -111,12 +111,18 @@ StartedProgram::~StartedProgram()
 void StartedProgram::WaitForError(std::string_view text) const
 {
     const ULONGLONG end = GetTickCount64() + Watchdog;
-    while (TemporaryFolder::Read(m_folder / "error").find(text) == std::string::npos)
+    for (;;)
     {
-        if (WaitForSingleObject(m_process.Get(), 20) == WAIT_OBJECT_0 || GetTickCount64() > end)
+        // Before the look: what it wrote last counts, too.
+        const bool ended = WaitForSingleObject(m_process.Get(), 20) == WAIT_OBJECT_0 || GetTickCount64() > end;
+        const std::string error = TemporaryFolder::Read(m_folder / "error");
+        if (error.find(text) != std::string::npos)
         {
-            throw std::runtime_error{m_name + " does not say \"" + std::string{text} + "\" but \"" +
-                                     TemporaryFolder::Read(m_folder / "error") + '"'};
+            return;
+        }
+        if (ended)
+        {
+            throw std::runtime_error{m_name + " does not say \"" + std::string{text} + "\" but \"" + error + '"'};
         }
     }
 }
