@@ -37,8 +37,8 @@ class UnknownHostException
 void CallGuarded(void (*function)(void* argument), void* argument);
 
 // Runs body(), which calls the host's code and does nothing else that needs cleaning up: GCC's run time neither
-// catches an exception of Microsoft's C++ nor runs destructors for it. Here it ends, and goes on as HostException, as the
-// int that it was, or as UnknownHostException.
+// catches an exception of Microsoft's C++ nor runs destructors for it. Here it ends, and goes on as HostException, as
+// the int that it was, or as UnknownHostException.
 template <class Body>
 void CallHost(const Body& body)
 {

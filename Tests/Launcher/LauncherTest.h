@@ -3,8 +3,8 @@
 
 #include "Services/Launcher/Launcher.h"
 #include "Tests/Launcher/FakeUserSession.h"
-#include "Tests/Support/ModuleHeap.h"
 #include "Tests/Support/Ledgers.h"
+#include "Tests/Support/ModuleHeap.h"
 #include "Tests/Support/PlatformCalls.h"
 #include "Tests/Support/Transcript.h"
 #include "Tests/Support/Watchdog.h"
