@@ -10,16 +10,23 @@ if [[ -z ${ZV_WINEPREFIX:-} ]]; then
     ZV_WINEPREFIX=$root/build/wine
 fi
 export WINEPREFIX=$ZV_WINEPREFIX WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winemenubuilder.exe=d}
-if [[ ! -f $WINEPREFIX/.ready ]]; then
-    mkdir -p "$WINEPREFIX"
-    # One process makes the prefix; others that start meanwhile wait for it.
-    (
-        flock 9
-        if [[ ! -f $WINEPREFIX/.ready ]]; then
-            wine wineboot -i >/dev/null 2>&1
-            wineserver -w
-            touch "$WINEPREFIX/.ready"
-        fi
-    ) 9>"$WINEPREFIX/.lock"
-fi
+
+# The first program of a Wine session starts Wine's services, which keep its output open for as long as they run: whoever
+# reads it to the end (ctest) would wait for them. So they are started apart, by one process while others wait, and stay
+# for two minutes after the last program.
+mkdir -p "$WINEPREFIX"
+start_session() {
+    if [[ ! -f $WINEPREFIX/.ready ]]; then
+        wine wineboot -i
+        wineserver -w
+        touch "$WINEPREFIX/.ready"
+    fi
+    if wineserver -p120; then # fails where a server runs already
+        wine wineboot
+    fi
+}
+(
+    flock 9
+    start_session 9>&- # Wine's services must not hold the lock
+) 9>"$WINEPREFIX/.lock" </dev/null >/dev/null 2>&1
 exec wine "$program" "$@"
