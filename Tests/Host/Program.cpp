@@ -89,8 +89,12 @@ StartedProgram::StartedProgram(const std::filesystem::path& program, const std::
     startup.hStdOutput = out.Get();
     startup.hStdError = error.Get();
     PROCESS_INFORMATION information{};
-    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
-                       &information) == FALSE)
+    const auto start = [&] {
+        return CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
+                              &information) != FALSE;
+    };
+    // A busy Wine now and then cannot make a process at the first attempt.
+    if (!start() && (GetLastError() != ERROR_INTERNAL_ERROR || !start()))
     {
         throw std::runtime_error{"cannot start " + m_name + ": error " + std::to_string(GetLastError())};
     }
