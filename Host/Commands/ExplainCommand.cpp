@@ -2,8 +2,17 @@
 #include "Host/Failure.h"
 #include "Host/HResults.h"
 #include "Host/Json.h"
+#include "Host/LogLineSearch.h"
 #include "Host/Numbers.h"
 #include "Host/ResultCodes.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Zv::Host
 {
@@ -11,35 +20,111 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(The code is decimal, or hexadecimal behind 0x. Without one, all are listed.
+constexpr char Footer[] =
+    R"(A code is decimal, or hexadecimal behind 0x. A line of the log is one as the module wrote it, or some words of it.
+Without either, all codes and lines are listed.
 
 Examples:
   wmihost explain 0x2000000f
   wmihost explain 0x80041017
-  wmihost explain 536870914 --json)";
+  wmihost explain 536870914 --json
+  wmihost explain "unable to create event, GetLastError = 5"
+  wmihost explain ConnectServer)";
 
 struct Explanation
 {
-    std::string code;
-    std::string name;
-    std::string meaning;
-    std::string causes; // may be empty
-    std::string advice; // may be empty
+    std::string line;
+    std::vector<std::pair<const char*, std::string>> details; // label and text, which may be empty
+    JsonObject json;
 };
+
+Explanation Explain(const std::string& code, const char* name, const char* meaning, const char* causes,
+                    const char* advice)
+{
+    return {code + "  " + name + ": " + meaning,
+            {{"Likely:", causes}, {"To do: ", advice}},
+            JsonObject{}
+                .Add("code", code)
+                .Add("name", name)
+                .Add("meaning", meaning)
+                .Add("causes", causes)
+                .Add("advice", advice)};
+}
 
 Explanation Explain(const ResultCodeInfo& info)
 {
-    return {HexCode(info.code), info.name, info.meaning, info.causes, info.advice};
+    return Explain(HexCode(info.code), info.name, info.meaning, info.causes, info.advice);
 }
 
 Explanation Explain(const HResultInfo& info)
 {
-    return {HexCode(static_cast<int>(info.code)), info.name, info.meaning, {}, info.advice};
+    return Explain(HexCode(static_cast<int>(info.code)), info.name, info.meaning, "", info.advice);
 }
 
-std::string CheckCode(const std::string& text)
+Explanation Explain(const LogLineInfo& info)
 {
-    return ParseUnsigned(text) ? std::string{} : "\"" + text + "\" is not a code like 0x2000000f or 536870927";
+    return {info.level + std::string{"  "} + info.text,
+            {{"By:    ", info.source}, {"Likely:", info.causes}, {"To do: ", info.advice}},
+            JsonObject{}
+                .Add("level", info.level)
+                .Add("text", info.text)
+                .Add("source", info.source)
+                .Add("causes", info.causes)
+                .Add("advice", info.advice)};
+}
+
+std::vector<Explanation> ExplainAll()
+{
+    std::vector<Explanation> all;
+    const auto explain = [&all](const auto& table) {
+        std::ranges::transform(table, std::back_inserter(all), [](const auto& info) { return Explain(info); });
+    };
+    explain(AllResultCodes());
+    explain(AllHResults());
+    explain(AllLogLines());
+    return all;
+}
+
+// Throws Failure for a code that nobody here knows.
+Explanation ExplainCode(unsigned int code)
+{
+    if (const ResultCodeInfo* const info = FindResultCode(static_cast<int>(code)); info != nullptr)
+    {
+        return Explain(*info);
+    }
+    if (const HResultInfo* const info = FindHResult(code); info != nullptr)
+    {
+        return Explain(*info);
+    }
+    throw Failure{ExitCode::BadInput, HexCode(static_cast<int>(code)) +
+                                          " is no code of the module and none of WMI's or COM's that calls of the "
+                                          "module fail with; wmihost explain lists those"};
+}
+
+// The line, and the status that it ends with. Throws Failure for one that nobody here knows.
+std::vector<Explanation> ExplainLine(const std::string& line)
+{
+    std::vector<Explanation> found;
+    for (const LogLineInfo& info : FindLogLines(line))
+    {
+        found.push_back(Explain(info));
+    }
+    if (found.empty())
+    {
+        throw Failure{ExitCode::BadInput, "\"" + line +
+                                              "\" is neither a code like 0x2000000f nor in a line that the module "
+                                              "logs; wmihost explain lists those"};
+    }
+    constexpr std::string_view label = "HRESULT ";
+    if (const std::size_t status = line.find(label); status != std::string::npos)
+    {
+        const std::optional<unsigned int> code = ParseUnsigned(line.substr(status + label.size()));
+        if (const HResultInfo* const info = code ? FindHResult(*code) : nullptr; info != nullptr)
+        {
+            found.push_back(Explain(*info));
+        }
+    }
+    return found;
 }
 
 class ExplainCommand : public Command
@@ -48,85 +133,55 @@ public:
     [[nodiscard]] const char* Name() const noexcept override { return "explain"; }
     [[nodiscard]] const char* Description() const noexcept override
     {
-        return "Say what a result code or HRESULT means";
+        return "Say what a result code, an HRESULT or a line of the log means";
     }
 
     void Declare(CLI::App& parser) override
     {
-        parser.add_option("CODE", m_code, "A code of the module's, or of WMI's or COM's")->check(CheckCode);
+        parser.add_option("CODE-OR-LINE", m_words, "A code of the module's, of WMI's or COM's; or a line of the log");
         parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        if (m_code.empty())
+        const bool all = m_words.empty();
+        for (const Explanation& explanation : all ? ExplainAll() : Find())
         {
-            for (const ResultCodeInfo& info : AllResultCodes())
-            {
-                List(environment, Explain(info));
-            }
-            for (const HResultInfo& info : AllHResults())
-            {
-                List(environment, Explain(info));
-            }
-            return ExitCode::Success;
+            Print(environment, explanation, !all);
         }
-        Print(environment, Find(ParseUnsigned(m_code).value_or(0)));
         return ExitCode::Success;
     }
 
 private:
-    // Throws Failure for a code that nobody here knows.
-    static Explanation Find(unsigned int code)
+    [[nodiscard]] std::vector<Explanation> Find() const
     {
-        if (const ResultCodeInfo* const info = FindResultCode(static_cast<int>(code)); info != nullptr)
+        std::string text;
+        for (const std::string& word : m_words)
         {
-            return Explain(*info);
+            text += (text.empty() ? "" : " ") + word;
         }
-        if (const HResultInfo* const info = FindHResult(code); info != nullptr)
-        {
-            return Explain(*info);
-        }
-        throw Failure{ExitCode::BadInput, HexCode(static_cast<int>(code)) +
-                                              " is no code of the module and none of WMI's or COM's that calls of the "
-                                              "module fail with; wmihost explain lists those"};
+        const std::optional<unsigned int> code = ParseUnsigned(text);
+        return code ? std::vector{ExplainCode(*code)} : ExplainLine(text);
     }
 
-    static JsonObject ToJson(const Explanation& explanation)
+    static void Print(Environment& environment, const Explanation& explanation, bool withDetails)
     {
-        return JsonObject{}
-            .Add("code", explanation.code)
-            .Add("name", explanation.name)
-            .Add("meaning", explanation.meaning)
-            .Add("causes", explanation.causes)
-            .Add("advice", explanation.advice);
-    }
-
-    static void List(Environment& environment, const Explanation& explanation)
-    {
-        environment.Output().WriteLine(environment.Options().json
-                                           ? ToJson(explanation).Text()
-                                           : explanation.code + "  " + explanation.name + ": " + explanation.meaning);
-    }
-
-    static void Print(Environment& environment, const Explanation& explanation)
-    {
-        List(environment, explanation);
         if (environment.Options().json)
         {
+            environment.Output().WriteLine(explanation.json.Text());
             return;
         }
-        if (!explanation.causes.empty())
+        environment.Output().WriteLine(explanation.line);
+        for (const auto& [label, text] : explanation.details)
         {
-            environment.Output().WriteLine("  Likely: " + explanation.causes);
-        }
-        if (!explanation.advice.empty())
-        {
-            environment.Output().WriteLine("  To do:  " + explanation.advice);
+            if (withDetails && !text.empty())
+            {
+                environment.Output().WriteLine(std::string{"  "} + label + ' ' + text);
+            }
         }
     }
 
-    std::string m_code;
+    std::vector<std::string> m_words;
 };
 
 } // namespace

@@ -50,8 +50,41 @@ TEST(HostExplain, SaysWhatIsWrongWithACodeThatItCannotExplain)
     EXPECT_EQ(unknown.error.rfind("0x00000007 is no code of the module", 0), 0U);
     const Outcome garbage = RunHost({"explain", "x"});
     EXPECT_EQ(garbage.exitCode, 2);
-    EXPECT_EQ(garbage.error,
-              "wmihost explain: CODE: \"x\" is not a code like 0x2000000f or 536870927; see wmihost explain --help\n");
+    EXPECT_EQ(garbage.error, "\"x\" is neither a code like 0x2000000f nor in a line that the module logs; wmihost "
+                             "explain lists those\n");
+}
+
+TEST(HostExplain, ExplainsALineOfTheLogAndTheStatusThatItEndsWith)
+{
+    const Outcome outcome =
+        RunHost({"explain", "warning [wmihost] class Zv::Tessel::Server::Shared::WMI::PublicWmi.ConnectToWmi - failed "
+                            "on function IWbemLocator->ConnectServer(WmiNamespace) with HRESULT 0x8004100e"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+    EXPECT_EQ(outcome.output,
+              "warning  failed on function IWbemLocator->ConnectServer(WmiNamespace) with HRESULT 0x{hresult}\n"
+              "  By:     PublicWmi.ConnectToWmi, ZVBiosWmi.GetReady, BiosWmiEvent.SetupSink\n"
+              "  Likely: The namespace cannot be reached: 0x8004100e, it does not exist; 0x80041003, no rights.\n"
+              "  To do:  Check the spelling, or run as administrator or as a service.\n"
+              "0x8004100e  WBEM_E_INVALID_NAMESPACE: no such namespace\n"
+              "  To do:  Check the spelling, with single backslashes: ROOT\\CIMV2.\n");
+}
+
+TEST(HostExplain, TellsLinesOfTheSameTextApartByTheirClass)
+{
+    const std::string output =
+        RunHost({"explain", "class Zv::Tessel::Server::Services::JsonUtils.GetJsonValue - property cannot be null"})
+            .output;
+    EXPECT_EQ(output, "warning  {key} cannot be null\n"
+                      "  By:     JsonUtils.GetJsonValue\n"
+                      "  Likely: The request has the key with null in it.\n"
+                      "  To do:  Give the key a value, or leave it out if it is optional.\n");
+}
+
+TEST(HostExplain, FindsLinesByTheirWords)
+{
+    const std::string output = RunHost({"explain", "decode", "BINARY"}).output;
+    EXPECT_EQ(output.rfind("warning  unable to 64 base decode binary, GetLastError = {error}\n", 0), 0U) << output;
+    EXPECT_EQ(std::ranges::count(output, '\n'), 4);
 }
 
 } // namespace
