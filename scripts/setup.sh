@@ -13,6 +13,7 @@ zv_packages=(
     rapidjson-dev
     libcli11-dev
     googletest
+    python3
 )
 
 zv_install_missing_packages() {

@@ -1,4 +1,4 @@
-#include "Tests/Guide/HostGuide.h"
+#include "Tests/Guide/Examples.h"
 
 #include "Tests/Support/Text.h"
 
@@ -14,7 +14,7 @@ namespace Zv::Testing
 namespace
 {
 
-// The block that an opening fence begins; none for code that is no example.
+// The block that an opening fence begins; none for any other code.
 std::optional<Block> Open(const std::string& info, int line)
 {
     std::istringstream words{info};
@@ -24,27 +24,19 @@ std::optional<Block> Open(const std::string& info, int line)
     Block block;
     block.line = line;
     words >> language >> kind >> number >> block.machine;
-    if (kind.empty())
-    {
-        return std::nullopt;
-    }
     if (kind == "progress")
     {
         block.kind = Block::Kind::Progress;
+        return block;
     }
-    else if (kind == "request" || kind == "response")
+    if (kind == "request" || kind == "response")
     {
         block.kind = kind == "request" ? Block::Kind::Request : Block::Kind::Response;
         block.number = static_cast<unsigned int>(std::stoul(number, nullptr, 0));
+        return block;
     }
-    else
-    {
-        throw std::runtime_error{"line " + std::to_string(line) + ": what is a " + kind + "?"};
-    }
-    return block;
+    return std::nullopt; // Tests/Docs/examples.py runs it, or complains of it
 }
-
-} // namespace
 
 std::string ReadText(const std::filesystem::path& file)
 {
@@ -56,9 +48,11 @@ std::string ReadText(const std::filesystem::path& file)
     return {std::istreambuf_iterator<char>{stream}, {}};
 }
 
-std::vector<Block> ReadExamples(const std::filesystem::path& guide)
+} // namespace
+
+std::vector<Block> ReadExamples(const std::filesystem::path& page)
 {
-    std::istringstream lines{ReadText(guide)};
+    std::istringstream lines{ReadText(page)};
     std::vector<Block> blocks;
     std::optional<Block> open;
     std::string text;

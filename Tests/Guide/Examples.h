@@ -1,4 +1,4 @@
-// The examples of docs/host-guide.md.
+// The requests and responses that a page of docs/ shows.
 #pragma once
 
 #include <filesystem>
@@ -29,10 +29,7 @@ struct Block
     int line = 0;
 };
 
-// Throws std::runtime_error when the file cannot be read, and for a block whose info string is neither of an example
-// nor plain.
-[[nodiscard]] std::vector<Block> ReadExamples(const std::filesystem::path& guide);
-
-[[nodiscard]] std::string ReadText(const std::filesystem::path& file);
+// Throws std::runtime_error when the page cannot be read.
+[[nodiscard]] std::vector<Block> ReadExamples(const std::filesystem::path& page);
 
 } // namespace Zv::Testing

@@ -1,0 +1,53 @@
+"""Every relative link of the pages leads somewhere, and every path of this tree that they name exists."""
+import re
+
+from markdown import ROOT, Page, pages, report
+
+LINK = re.compile(r"\[[^]]*\]\(([^)\s]+)\)")
+CODE = re.compile(r"`([^`]+)`")
+PATH = re.compile(r"(?:(?:Benchmarks|Host|Interception|Logging|Services|Shared|Simulator|Tests|cmake|docs|scripts)/"
+                  r"|CMake\w+\.\w+|vcpkg\.json|README\.md)[\w.*/…{},-]*")
+
+
+def check_link(page, target):
+    path, _, fragment = target.partition("#")
+    file = (page.path.parent / path).resolve() if path else page.path
+    if not file.exists():
+        return "there is no " + path
+    if fragment and fragment not in Page(file).headings:
+        return f"{file.name} has no heading #{fragment}"
+    return None
+
+
+def check_path(text):
+    """* and … stand for anything, {h,cpp} for either."""
+    alternatives = re.search(r"{([^}]*)}", text)
+    for choice in alternatives[1].split(",") if alternatives else [""]:
+        pattern = (text.replace(alternatives[0], choice) if alternatives else text).replace("…", "*").rstrip("/")
+        if not any(ROOT.glob(pattern)):
+            return f"there is no {pattern} in this tree"
+    return None
+
+
+def main():
+    problems, links, paths = [], 0, 0
+    for page in pages():
+        for number, line in page.prose:
+            found = []
+            for target in LINK.findall(line):
+                if not target.startswith(("http:", "https:")):
+                    links += 1
+                    found.append(check_link(page, target))
+            for code in CODE.findall(line):
+                for word in code.split():
+                    if PATH.fullmatch(word):
+                        paths += 1
+                        found.append(check_path(word))
+            problems += [f"{page.name}:{number}: {problem}" for problem in found if problem]
+    report(problems)
+    print(f"{links} links and {paths} paths")
+    if links < 30 or paths < 100:
+        raise SystemExit("There must be more: are they looked for in the right way?")
+
+
+main()
