@@ -4,6 +4,9 @@
 #include "Simulator/NodeReader.h"
 #include "Simulator/ObjectPath.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace Zv::Simulator
 {
 
@@ -11,6 +14,7 @@ namespace
 {
 
 constexpr std::int64_t Version = 1;
+constexpr std::string_view Schema = "$schema"; // what editors complete from; may stand before everything else
 
 void CheckVersion(const JsonNode& root)
 {
@@ -18,12 +22,14 @@ void CheckVersion(const JsonNode& root)
     {
         Expected(root, "a machine description, an object");
     }
-    if (root.members.empty() || root.members.front().key != "version")
+    const auto first =
+        std::ranges::find_if(root.members, [](const JsonMember& member) { return member.key != Schema; });
+    if (first == root.members.end() || first->key != "version")
     {
-        throw DescriptionError{root.members.empty() ? root.where : root.members.front().where,
+        throw DescriptionError{first == root.members.end() ? root.where : first->where,
                                "expected \"version\": " + std::to_string(Version) + " as the first member"};
     }
-    const JsonNode& version = root.members.front().value;
+    const JsonNode& version = first->value;
     if (version.kind != JsonNode::Kind::Integer || version.integer != Version)
     {
         Expected(version, "version " + std::to_string(Version));
@@ -110,7 +116,12 @@ Description ReadDescription(std::string_view json)
     const JsonNode root = ParseJson(json);
     CheckVersion(root);
     const Members members{
-        root, {"version", "name", "server", "namespaces", "settings", "events", "faults", "session", "packages"}};
+        root,
+        {"version", "name", "server", "namespaces", "settings", "events", "faults", "session", "packages", Schema}};
+    if (const JsonNode* schema = members.Find(Schema))
+    {
+        static_cast<void>(ReadText(*schema, "the schema's address"));
+    }
     Description description;
     description.name = ReadText(members.Require("name"), "the machine's name");
     if (const JsonNode* server = members.Find("server"))

@@ -16,13 +16,23 @@ install(TARGETS WMIServiceInterface EXPORT WMIServiceTargets
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/WMIService)
 install(EXPORT WMIServiceTargets NAMESPACE WMIService:: DESTINATION ${package_folder})
 
-# Hosts load the module and do not link to it: no import library is installed.
-install(FILES $<TARGET_FILE:WMIService> DESTINATION ${CMAKE_INSTALL_BINDIR})
-if(TARGET Logging)
-  install(FILES $<TARGET_FILE:Logging> DESTINATION ${CMAKE_INSTALL_BINDIR})
-endif()
+# Hosts load the module and do not link to it: no import library is installed. Debuggers find symbols beside a binary.
+set(binaries WMIService)
+foreach(target Logging wmihost)
+  if(TARGET ${target})
+    list(APPEND binaries ${target})
+  endif()
+endforeach()
+foreach(target ${binaries})
+  install(PROGRAMS $<TARGET_FILE:${target}> DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(MSVC)
+    install(FILES $<TARGET_PDB_FILE:${target}> DESTINATION ${CMAKE_INSTALL_BINDIR})
+  elseif(NOT ZV_COVERAGE)
+    install(FILES $<TARGET_FILE:${target}>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
+endforeach()
 if(TARGET wmihost)
-  install(TARGETS wmihost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(DIRECTORY Simulator/machines Simulator/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/WMIService)
 endif()
 
 configure_package_config_file(cmake/WMIServiceConfig.cmake.in ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake
@@ -30,7 +40,8 @@ configure_package_config_file(cmake/WMIServiceConfig.cmake.in ${PROJECT_BINARY_D
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/WMIServiceConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake ${PROJECT_BINARY_DIR}/WMIServiceConfigVersion.cmake
         DESTINATION ${package_folder})
-install(FILES README.md docs/host-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY LICENSES docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_VENDOR Zv)

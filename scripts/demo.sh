@@ -1,13 +1,18 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the module and its host program, and shows them at work under Wine.
 # Fails when an act does not end as it should.
-#   usage: demo.sh
+#   usage: demo.sh [FOLDER]      FOLDER: an unpacked release, whose program and machines are shown
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
 zv_install_missing_packages
 zv_build --target wmihost LaunchedProgram
+machines=Simulator/machines
+if (($# != 0)); then
+    zv_wmihost=$1/bin/wmihost.exe
+    machines=$1/share/WMIService/machines
+fi
 
 act() {
     printf '\n=== %s ===\n' "$*"
@@ -55,7 +60,7 @@ show 1 run 16 - <<<'{"wmiClass":"Win32_BaseBoard"}'
 act "What the module says about a failure in its log"
 show 1 --log warning get Win32_BaseBoard Product --namespace 'root\nowhere' </dev/null
 
-notebook=(--simulate Simulator/machines/notebook.json)
+notebook=(--simulate "$machines/notebook.json")
 
 act "Raw firmware commands: this machine has none, a simulated notebook has"
 show 1 firmware 1 1 --out 128 </dev/null
@@ -76,7 +81,7 @@ show 0 --simulate build/recorded.json get Win32_BIOS SerialNumber </dev/null
 
 demo=build/demo
 mkdir -p "$demo"
-description=$(<Simulator/machines/notebook.json)
+description=$(<"$machines/notebook.json")
 
 act "A simulated notebook's firmware events, as they come"
 schedule='"schedule": [{"atMs": 300, "id": 20, "data": 16711680}, {"atMs": 600, "id": 21, "data": 5}]'

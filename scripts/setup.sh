@@ -4,6 +4,7 @@
 zv_packages=(
     cmake
     ninja-build
+    python3
     g++-mingw-w64-x86-64-posix
     wine
     wine64
@@ -47,6 +48,7 @@ zv_build() {
 }
 
 # Runs the host program as a user would on Windows.
+zv_wmihost=build/linux-mingw/bin/wmihost.exe
 wmihost() {
-    scripts/wine-run.sh build/linux-mingw/bin/wmihost.exe "$@"
+    scripts/wine-run.sh "$zv_wmihost" "$@"
 }

@@ -1,7 +1,24 @@
-# cmake --install puts down just the files of Files.txt, and the ZIP holds the same.
+# cmake --install puts down just the files of Files.txt with the binaries' symbols, every machine, page and licence; and
+# the ZIP that CPack makes holds the same.
 include(${CMAKE_CURRENT_LIST_DIR}/Step.cmake)
 
 file(STRINGS ${SOURCE}/Files.txt expected)
+foreach(binary bin/Logging.dll bin/WMIService.dll bin/wmihost.exe)
+  if(EMULATOR)
+    list(APPEND expected ${binary}.debug)
+  else()
+    string(REGEX REPLACE "\\.[a-z]+$" ".pdb" symbols ${binary})
+    list(APPEND expected ${symbols})
+  endif()
+endforeach()
+foreach(folder docs LICENSES)
+  file(GLOB_RECURSE files RELATIVE ${TREE} ${TREE}/${folder}/*)
+  list(TRANSFORM files PREPEND share/doc/WMIService/)
+  list(APPEND expected ${files})
+endforeach()
+file(GLOB files RELATIVE ${TREE}/Simulator ${TREE}/Simulator/machines/*)
+list(TRANSFORM files PREPEND share/WMIService/)
+list(APPEND expected ${files})
 list(SORT expected)
 
 function(check_files what folder)

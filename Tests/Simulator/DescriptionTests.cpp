@@ -177,6 +177,18 @@ TEST(DescriptionTests, AMarkAtTheBeginningAndNotesAnywhereAreFine)
         "\"string\"}}]}]}")));
 }
 
+TEST(DescriptionTests, TheSchemaMayBeNamedBeforeTheVersionOrAfterIt)
+{
+    EXPECT_NO_THROW(
+        static_cast<void>(Machine::Parse(R"({"$schema": "s.json", "version": 1, "name": "m", "namespaces": []})")));
+    EXPECT_NO_THROW(
+        static_cast<void>(Machine::Parse(R"({"version": 1, "name": "m", "namespaces": [], "$schema": "s.json"})")));
+    EXPECT_THROW(static_cast<void>(Machine::Parse(R"({"$schema": 1, "version": 1, "name": "m", "namespaces": []})")),
+                 Simulator::DescriptionError);
+    EXPECT_THROW(static_cast<void>(Machine::Parse(R"({"$schema": "s.json", "name": "m", "version": 1})")),
+                 Simulator::DescriptionError);
+}
+
 TEST(DescriptionTests, AFileThatIsNotThereIsASystemError)
 {
     EXPECT_THROW(static_cast<void>(Machine::Load(L"no-such-machine.json")), std::system_error);
