@@ -18,7 +18,7 @@ CHECKSUMS = "SHA256SUMS"
 
 
 def output_of(*command, **options):
-    return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True, **options).stdout.strip()
+    return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout.strip()
 
 
 def time_and_origin(source):
@@ -57,7 +57,7 @@ def file_type(name):
 def debian_package(name):
     """The version of a Debian package and its package URL; nothing on other systems."""
     try:
-        fields = output_of("dpkg-query", "-W", "-f", "${Version} ${Architecture}", name, stderr=subprocess.DEVNULL)
+        fields = output_of("dpkg-query", "-W", "-f", "${Version} ${Architecture}", name)
     except (OSError, subprocess.CalledProcessError):
         return None
     version, architecture = fields.split()
