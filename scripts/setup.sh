@@ -4,7 +4,6 @@
 zv_packages=(
     cmake
     ninja-build
-    python3
     g++-mingw-w64-x86-64-posix
     wine
     wine64
