@@ -22,6 +22,49 @@ bool Console::Stream::Write(std::string_view text)
     return m_isConsole ? WriteToConsole(text) : WriteBytes(m_handle, text);
 }
 
+void Console::Stream::UseColor(ColorChoice choice)
+{
+    m_hasColors = choice == ColorChoice::Always || (choice == ColorChoice::Auto && m_isConsole && UserWantsColor());
+    DWORD mode = 0;
+    if (!m_hasColors || !m_isConsole || GetConsoleMode(m_handle, &mode) == FALSE ||
+        (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0)
+    {
+        return;
+    }
+    if (SetConsoleMode(m_handle, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE)
+    {
+        m_modeBefore = mode;
+    }
+    else
+    {
+        m_hasColors = choice == ColorChoice::Always; // a console of old, which shows the sequences as they are
+    }
+}
+
+std::string Console::Stream::In(Style style, std::string_view text) const
+{
+    return m_hasColors ? Styled(style, text) : std::string{text};
+}
+
+std::optional<std::size_t> Console::Stream::Width() const noexcept
+{
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!m_isConsole || GetConsoleScreenBufferInfo(m_handle, &info) == FALSE)
+    {
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+}
+
+void Console::Stream::Restore() noexcept
+{
+    if (m_modeBefore)
+    {
+        SetConsoleMode(m_handle, *m_modeBefore);
+        m_modeBefore.reset();
+    }
+}
+
 bool Console::Stream::WriteToConsole(std::string_view text)
 {
     const std::wstring wide = ToUtf16(text);
@@ -47,6 +90,18 @@ bool Console::Stream::WriteToConsole(std::string_view text)
 
 Console::Console() : m_output{STD_OUTPUT_HANDLE}, m_error{STD_ERROR_HANDLE} {}
 
+void Console::UseColor(ColorChoice choice)
+{
+    m_output.UseColor(choice);
+    m_error.UseColor(choice);
+}
+
+void Console::RestoreTerminal() noexcept
+{
+    m_error.Restore();
+    m_output.Restore();
+}
+
 void Console::Write(std::string_view text)
 {
     const std::lock_guard held{m_mutex};
@@ -61,11 +116,11 @@ void Console::WriteLine(std::string_view text)
     Write(std::string{text} + '\n');
 }
 
-void Console::WriteErrorLine(std::string_view text) noexcept
+void Console::WriteErrorLine(std::string_view text, Style style) noexcept
 {
     try
     {
-        Prompt(std::string{text} + '\n');
+        Prompt(OnError(style, text) + '\n');
     }
     catch (const std::bad_alloc&)
     {

@@ -5,6 +5,7 @@
 #include "Host/Interruption.h"
 #include "Host/LogOutput.h"
 #include "Host/Module.h"
+#include "Host/OutputFormat.h"
 #include "Host/Session.h"
 #include "Host/Simulation.h"
 
@@ -22,11 +23,18 @@ namespace Zv::Host
 // Options that go with every subcommand.
 struct GlobalOptions
 {
-    bool json = false;
+    OutputFormat format = OutputFormat::Text;
+    ColorChoice color = ColorChoice::Auto;
     std::optional<Logging::Level> log;
     std::string modulePath;   // empty: beside the program
     std::string simulateFile; // description of a machine; empty: this machine
     std::optional<std::chrono::milliseconds> timeout;
+
+    // Either of the formats, for subcommands to which they are the same.
+    [[nodiscard]] bool PrintsJson() const noexcept
+    {
+        return format == OutputFormat::Json || format == OutputFormat::JsonLines;
+    }
 };
 
 // The service is loaded and the session started when they are first asked for, so that subcommands that need none

@@ -11,18 +11,24 @@ namespace Zv::Host
 namespace
 {
 
-const char* Name(Logging::Level level) noexcept
+struct Look
+{
+    const char* name;
+    Style style;
+};
+
+Look LookOf(Logging::Level level) noexcept
 {
     switch (level)
     {
     case Logging::Level::Info:
-        return "info";
+        return {"info", Style::Faint};
     case Logging::Level::Warning:
-        return "warning";
+        return {"warning", Style::Warning};
     case Logging::Level::Error:
         break;
     }
-    return "error";
+    return {"error", Style::Error};
 }
 
 } // namespace
@@ -36,13 +42,15 @@ void LogOutput::Write(const Logging::LogLine& line, void* console) noexcept
 {
     try
     {
-        std::string text = Name(line.level);
+        Console& output = *static_cast<Console*>(console);
+        const Look look = LookOf(line.level);
+        std::string text = output.OnError(look.style, look.name);
         if (line.context != nullptr)
         {
             text += " [" + ToUtf8(line.context) + ']';
         }
         text += ' ' + ToUtf8({line.text, line.length}) + (line.cut ? " ..." : "");
-        static_cast<Console*>(console)->WriteErrorLine(text);
+        output.WriteErrorLine(text);
     }
     catch (const std::bad_alloc&)
     {

@@ -9,23 +9,22 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Reads a machine description as --simulate does. Says what is in it, or what is wrong with
-it: the line, the column and what was expected there.
+constexpr char Details[] = R"(Reads a machine description as --simulate does. Says what is in it, or what is wrong with
+it: the line, the column and what was expected there.)";
 
-Examples:
-  wmihost check machine.json
-  wmihost check machine.json --json)";
+constexpr char Examples[] = R"(wmihost check machine.json
+wmihost check machine.json --json)";
 
 class CheckCommand : public Command
 {
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "check"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Check a machine description"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
         parser.add_option("FILE", m_file, "Description of a machine; - reads standard input")->required();
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -33,7 +32,7 @@ public:
         const Simulator::Machine machine = LoadMachine(m_file);
         const std::string name = ToUtf8(machine.GetDescription().name);
         const DescriptionContents contents = Count(machine.GetDescription());
-        environment.Output().WriteLine(environment.Options().json
+        environment.Output().WriteLine(environment.Options().PrintsJson()
                                            ? contents.Json().Add("name", name).Text()
                                            : m_file + " is valid: " + name + "; " + contents.Text());
         return ExitCode::Success;

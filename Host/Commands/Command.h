@@ -4,10 +4,21 @@
 #include "Host/Environment.h"
 #include "Host/ExitCode.h"
 
+#include "Host/OutputFormat.h"
+
 #include <CLI/App.hpp>
+
+#include <vector>
 
 namespace Zv::Host
 {
+
+// What --help says below the options.
+struct HelpText
+{
+    const char* details;
+    const char* examples; // one per line, at least two
+};
 
 // Made once, before the arguments are parsed; Run is called when the subcommand was chosen.
 class Command
@@ -20,6 +31,10 @@ public:
 
     [[nodiscard]] virtual const char* Name() const noexcept = 0;
     [[nodiscard]] virtual const char* Description() const noexcept = 0;
+    [[nodiscard]] virtual HelpText Help() const noexcept = 0;
+
+    // Run is called with one of these only.
+    [[nodiscard]] virtual std::vector<OutputFormat> Formats() const { return {OutputFormat::Text, OutputFormat::Json}; }
 
     // True when any argument may be a password, so that none may be shown.
     [[nodiscard]] virtual bool TakesSecrets() const noexcept { return false; }

@@ -11,12 +11,11 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
-Another number is a refusal, such as for a wrong password, and ends in exit code 7.
+constexpr char Details[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
+Another number is a refusal, such as for a wrong password, and ends in exit code 7.)";
 
-Examples:
-  wmihost defaults
-  wmihost defaults --yes --password - < password.txt)";
+constexpr char Examples[] = R"(wmihost defaults
+wmihost defaults --yes --password - < password.txt)";
 
 class DefaultsCommand : public Command
 {
@@ -24,12 +23,12 @@ public:
     [[nodiscard]] const char* Name() const noexcept override { return "defaults"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Restore the firmware's defaults"; }
     [[nodiscard]] bool TakesSecrets() const noexcept override { return true; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
         m_password.Declare(parser);
         parser.add_flag("--yes", m_yes, "Do not ask");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

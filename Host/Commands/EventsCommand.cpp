@@ -19,19 +19,18 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Prints one line per event, as it comes: local time, id and data, both in decimal and
-hexadecimal. With --json: {"time":TEXT,"eventId":N,"eventData":N}. Standard error says when
-it listens and, at the end, how many events came.
+constexpr char Details[] = R"(Prints one line per event, as it comes: local time, id and data, both in decimal and
+hexadecimal. With --json or --ndjson: {"time":TEXT,"eventId":N,"eventData":N}. Standard
+error says when it listens and, at the end, how many events came.
 
 Goes on until Ctrl-C, or what --count or --for say. Before it ends it unregisters.
 
 On a simulated machine the events of the description come, and with --channel those that
-other processes send (wmihost send).
+other processes send (wmihost send).)";
 
-Examples:
-  wmihost events
-  wmihost events --id 20 --id 0x20001 --count 1 --json
-  wmihost events --simulate machine.json --channel desk --for 60)";
+constexpr char Examples[] = R"(wmihost events
+wmihost events --id 20 --id 0x20001 --count 1 --json
+wmihost events --simulate machine.json --channel desk --for 60)";
 
 std::string LocalTime(char separator)
 {
@@ -137,6 +136,11 @@ class EventsCommand : public Command
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "events"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Show firmware events as they come"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
@@ -149,7 +153,6 @@ public:
         parser.add_option("--channel", m_channel, "Take events for the simulated machine from other processes")
             ->type_name("NAME")
             ->check(CheckChannel);
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -165,7 +168,7 @@ public:
             ids.push_back(ParseSigned(id).value_or(0));
         }
         Session& session = environment.OpenSession();
-        EventPrinter printer{environment.Output(), environment.Options().json,
+        EventPrinter printer{environment.Output(), environment.Options().PrintsJson(),
                              m_count.empty() ? SIZE_MAX : ParseUnsigned(m_count).value_or(0)};
         EventFeed feed{session, ids, [&](std::string_view text) { printer.Print(text); }};
         Follow(environment, feed, printer);

@@ -20,16 +20,15 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] =
+constexpr char Details[] =
     R"(A code is decimal, or hexadecimal behind 0x. A line of the log is one as the module wrote it, or some words of it.
-Without either, all codes and lines are listed.
+Without either, all codes and lines are listed; with --json or --ndjson an object per line.)";
 
-Examples:
-  wmihost explain 0x2000000f
-  wmihost explain 0x80041017
-  wmihost explain 536870914 --json
-  wmihost explain "unable to create event, GetLastError = 5"
-  wmihost explain ConnectServer)";
+constexpr char Examples[] = R"(wmihost explain 0x2000000f
+wmihost explain 0x80041017
+wmihost explain 536870914 --json
+wmihost explain "unable to create event, GetLastError = 5"
+wmihost explain ConnectServer)";
 
 struct Explanation
 {
@@ -135,11 +134,15 @@ public:
     {
         return "Say what a result code, an HRESULT or a line of the log means";
     }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
         parser.add_option("CODE-OR-LINE", m_words, "A code of the module's, of WMI's or COM's; or a line of the log");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -166,7 +169,7 @@ private:
 
     static void Print(Environment& environment, const Explanation& explanation, bool withDetails)
     {
-        if (environment.Options().json)
+        if (environment.Options().PrintsJson())
         {
             environment.Output().WriteLine(explanation.json.Text());
             return;

@@ -18,17 +18,17 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Footer[] = R"(COMMAND and TYPE are numbers, hexadecimal behind 0x. What they do is the firmware's affair:
+constexpr char Details[] =
+    R"(COMMAND and TYPE are numbers, hexadecimal behind 0x. What they do is the firmware's affair:
 some change the machine.
 
 Prints the firmware's return code and a dump of the bytes that came back. With --json:
 {"result":{"returnCode":N,"returnData":BASE64}}. A return code other than 0, or bytes that
-did not come, end in exit code 7.
+did not come, end in exit code 7.)";
 
-Examples:
-  wmihost firmware 1 1 --out 128
-  wmihost firmware 2 40 --in "03 00 00 00"
-  wmihost firmware 0x20009 1 --in @block.bin --out 4096 --raw answer.bin)";
+constexpr char Examples[] = R"(wmihost firmware 1 1 --out 128
+wmihost firmware 2 40 --in "03 00 00 00"
+wmihost firmware 0x20009 1 --in @block.bin --out 4096 --raw answer.bin)";
 
 constexpr std::size_t MaxInput = 4096;
 
@@ -54,6 +54,7 @@ class FirmwareCommand : public Command
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "firmware"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Run a raw firmware command"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
@@ -66,7 +67,6 @@ public:
             ->check(CheckSize);
         parser.add_option("--raw", m_rawFile, "Write the bytes that came back into this file instead of showing them")
             ->type_name("FILE");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -171,7 +171,7 @@ private:
 
     static void Print(const Environment& environment, const Reply& reply, unsigned int returnCode, const Bytes& bytes)
     {
-        if (environment.Options().json)
+        if (environment.Options().PrintsJson())
         {
             environment.Output().WriteLine(reply.response.value_or("{}"));
         }

@@ -88,7 +88,7 @@ ExitCode ChangeFirmware(Environment& environment, Zv::Tessel::Server::Services::
     const bool done = verdict.IsUint() && verdict.GetUint() == 0;
 
     Console& output = environment.Output();
-    if (environment.Options().json)
+    if (environment.Options().PrintsJson())
     {
         output.WriteLine(reply.response.value_or("{}"));
     }

@@ -2,7 +2,11 @@
 #include "Host/Commands/QueryTarget.h"
 #include "Host/Failure.h"
 #include "Host/Json.h"
+#include "Host/Numbers.h"
 #include "Host/ResultCodes.h"
+#include "Host/Table.h"
+
+#include <algorithm>
 
 namespace Zv::Host
 {
@@ -12,77 +16,174 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Footer[] = R"(Prints the value of the last instance, or with --all one line per instance. An array
+constexpr char Details[] = R"(Prints the value of the last instance, or with --all one line per instance. An array
 is printed with commas between its elements. With --json: {"result":VALUE}, VALUE
-being an array of all values with --all.
+being an array of all values with --all. With --ndjson: {PROPERTY:VALUE} for each.
 
-Examples:
-  wmihost get Win32_OperatingSystem Caption
-  wmihost get Win32_Process Name --all --where "ProcessId > 100")";
+Several properties make a table of all instances, and need --all; with --json:
+{"result":[{PROPERTY:VALUE, ...}, ...]}. Each property is a query of its own, so that a
+machine that changes meanwhile can mix its instances up; where a property has a value
+in some of the instances only, the table is refused.)";
+
+constexpr char Examples[] = R"(wmihost get Win32_OperatingSystem Caption
+wmihost get Win32_Process Name --all --where "ProcessId > 100"
+wmihost get Win32_LogicalDisk DeviceID FileSystem Size --all --csv)";
+
+// Every instance has it, whatever its class.
+constexpr char PropertyOfAll[] = "__GENUS";
+
+// The "result" of the module's response.
+JsonDocument ResultOf(const Reply& reply)
+{
+    const std::string response = reply.response.value_or("{}");
+    JsonDocument document;
+    document.Parse(response.data(), response.size());
+    if (document.HasParseError() || !document.IsObject() || !document.HasMember("result"))
+    {
+        throw Failure{ExitCode::InternalError, "the module's response has no result: " + response};
+    }
+    JsonDocument result;
+    result.CopyFrom(document["result"], result.GetAllocator());
+    return result;
+}
 
 class GetCommand : public Command
 {
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "get"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Read a property of a WMI class"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Read properties of a WMI class"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines, OutputFormat::Csv};
+    }
 
     void Declare(CLI::App& parser) override
     {
         m_target.DeclareClass(parser);
-        parser.add_option("PROPERTY", m_property, "Property, such as SerialNumber")->required();
+        parser.add_option("PROPERTY", m_properties, "Property, such as SerialNumber")->required();
         m_target.DeclareOptions(parser);
         parser.add_flag("--all", m_all, "The values of all instances, not of the last alone");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        const FunctionNumber function =
-            m_all ? FunctionNumber::GetWmiPropertyValues : FunctionNumber::GetWmiPropertyValue;
-        const Reply reply =
-            environment.OpenSession().Execute(function, m_target.Request().Add("property", m_property).Text());
-        if (reply.code != 0)
+        if (m_properties.size() == 1)
         {
-            throw CommandFailure{reply.code,
-                                 ErrorLine(reply.code, m_target.Subject(reply.code, m_property), reply.problem)};
-        }
-        const std::string response = reply.response.value_or("{}");
-        if (environment.Options().json)
-        {
-            environment.Output().WriteLine(response);
+            PrintProperty(environment);
         }
         else
         {
-            PrintValues(environment.Output(), response);
+            CheckProperties();
+            ReadTable(environment.OpenSession()).Print(environment.Output(), environment.Options().format);
         }
         return ExitCode::Success;
     }
 
 private:
-    void PrintValues(Console& output, const std::string& response) const
+    void CheckProperties() const
     {
-        JsonDocument document;
-        document.Parse(response.data(), response.size());
-        if (document.HasParseError() || !document.IsObject() || !document.HasMember("result"))
+        const auto mistake = [](const std::string& text) {
+            return Failure{ExitCode::BadInput, "wmihost get: " + text + "; see wmihost get --help"};
+        };
+        if (!m_all)
         {
-            throw Failure{ExitCode::InternalError, "the module's response has no result: " + response};
+            throw mistake("several properties need --all");
         }
-        const JsonValue& result = document["result"];
-        if (!m_all || !result.IsArray())
+        for (auto property = m_properties.begin(); property != m_properties.end(); ++property)
         {
-            output.WriteLine(PlainText(result));
+            if (std::find(m_properties.begin(), property, *property) != property)
+            {
+                throw mistake("the property " + *property + " is given twice");
+            }
+        }
+    }
+
+    void PrintProperty(Environment& environment) const
+    {
+        const std::string& property = m_properties.front();
+        const FunctionNumber function =
+            m_all ? FunctionNumber::GetWmiPropertyValues : FunctionNumber::GetWmiPropertyValue;
+        const Reply reply = Ask(environment.OpenSession(), function, property);
+        Console& output = environment.Output();
+        const OutputFormat format = environment.Options().format;
+        if (format == OutputFormat::Json)
+        {
+            output.WriteLine(reply.response.value_or("{}"));
             return;
         }
+        const JsonDocument result = ResultOf(reply);
+        Table table{{property}};
         std::string lines;
-        for (const JsonValue& value : result.GetArray())
-        {
+        const auto add = [&](const JsonValue& value) {
+            table.Add({Table::Cell{value}});
             lines += PlainText(value) + '\n';
+        };
+        if (m_all && result.IsArray())
+        {
+            std::for_each(result.Begin(), result.End(), add);
         }
-        output.Write(lines);
+        else
+        {
+            add(result);
+        }
+        format == OutputFormat::Text ? output.Write(lines) : table.Print(output, format);
+    }
+
+    [[nodiscard]] Table ReadTable(Session& session) const
+    {
+        const std::size_t instances = AskAll(session, PropertyOfAll).Size();
+        std::vector<Table::Row> rows{instances};
+        for (const std::string& property : m_properties)
+        {
+            const JsonDocument values = AskAll(session, property);
+            if (values.Size() != instances)
+            {
+                throw Failure{ExitCode::CommandFailed, property + " has a value in " + std::to_string(values.Size()) +
+                                                           " of " + Counted(instances, "instance") +
+                                                           ": which ones is not known; leave the others out with "
+                                                           "--where, or ask for " +
+                                                           property + " alone"};
+            }
+            std::transform(rows.begin(), rows.end(), values.Begin(), rows.begin(),
+                           [](Table::Row row, const JsonValue& value) {
+                               row.emplace_back(value);
+                               return row;
+                           });
+        }
+        Table table{m_properties};
+        for (Table::Row& row : rows)
+        {
+            table.Add(std::move(row));
+        }
+        return table;
+    }
+
+    // An array.
+    [[nodiscard]] JsonDocument AskAll(Session& session, const std::string& property) const
+    {
+        JsonDocument result = ResultOf(Ask(session, FunctionNumber::GetWmiPropertyValues, property));
+        if (!result.IsArray())
+        {
+            throw Failure{ExitCode::InternalError, "the module's result is no array: " + JsonText(result)};
+        }
+        return result;
+    }
+
+    // Throws CommandFailure for a result code.
+    [[nodiscard]] Reply Ask(Session& session, FunctionNumber function, const std::string& property) const
+    {
+        Reply reply = session.Execute(function, m_target.Request().Add("property", property).Text());
+        if (reply.code != 0)
+        {
+            throw CommandFailure{reply.code,
+                                 ErrorLine(reply.code, m_target.Subject(reply.code, property), reply.problem)};
+        }
+        return reply;
     }
 
     QueryTarget m_target;
-    std::string m_property;
+    std::vector<std::string> m_properties;
     bool m_all = false;
 };
 

@@ -19,7 +19,7 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Footer[] = R"(Starts the service as a host does at its start, shows which companion apps' hotkeys are
+constexpr char Details[] = R"(Starts the service as a host does at its start, shows which companion apps' hotkeys are
 armed and why or why not, and then presses keys: each --press is a firmware event, with
 0 for DATA unless given, ID and DATA decimal or hexadecimal with 0x. After each it shows
 what was started.
@@ -27,15 +27,14 @@ what was started.
 Launches are shown and not made, unless --launch-for-real is given and the app's package
 in the description names a program ("executable").
 
-With --json: a line {"board":TEXT,"apps":[{"app":TEXT,"armed":BOOL,"events":[N, ...],
-"why":TEXT}, ...]}, then one per key {"eventId":N,"eventData":N,"app":TEXT,"started":[{...}],
-"problem":TEXT}.
+With --json or --ndjson: a line {"board":TEXT,"apps":[{"app":TEXT,"armed":BOOL,
+"events":[N, ...],"why":TEXT}, ...]}, then one per key {"eventId":N,"eventData":N,
+"app":TEXT,"started":[{...}],"problem":TEXT}.
 
-Exit code 1: an app should have been started and was not.
+Exit code 1: an app should have been started and was not.)";
 
-Examples:
-  wmihost hotkeys --simulate machine.json
-  wmihost hotkeys --simulate machine.json --press 20:0xff0000 --press 21)";
+constexpr char Examples[] = R"(wmihost hotkeys --simulate machine.json
+wmihost hotkeys --simulate machine.json --press 20:0xff0000 --press 21)";
 
 // How long the start of the service and each key may take.
 constexpr DWORD Limit = 30'000;
@@ -284,6 +283,11 @@ public:
     {
         return "Arm the companion apps' hotkeys on a simulated machine and press them";
     }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
@@ -292,7 +296,6 @@ public:
             ->allow_extra_args(false)
             ->check(CheckEvent);
         parser.add_flag("--launch-for-real", m_forReal, "Start the programs that the machine's packages name");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -303,7 +306,7 @@ public:
         }
         environment.SetUserOptions({.launchForReal = m_forReal});
         Console& output = environment.Output();
-        const bool json = environment.Options().json;
+        const bool json = environment.Options().PrintsJson();
 
         Hotkeys hotkeys{environment};
         hotkeys.Start();

@@ -11,17 +11,16 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Starts the program as the user who is signed in at the console, with that user's
+constexpr char Details[] = R"(Starts the program as the user who is signed in at the console, with that user's
 environment, in the package's folder. As the module's own launches do, it gives the
 program the arguments alone as its command line, behind a blank, or without arguments
 its path.
 
 On a simulated machine the launch is shown and not made, unless --launch-for-real is
-given and the package of the description names a program ("executable").
+given and the package of the description names a program ("executable").)";
 
-Examples:
-  wmihost launch Lumashade.exe 7B3E90C4.Lumashade_k2x7m4qp9wt1d
-  wmihost launch ChimeboxUWP.exe 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d "21#0#24-03-05 14:07:09")";
+constexpr char Examples[] = R"(wmihost launch Lumashade.exe 7B3E90C4.Lumashade_k2x7m4qp9wt1d
+wmihost launch ChimeboxUWP.exe 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d "21#0#24-03-05 14:07:09")";
 
 class LaunchCommand : public Command
 {
@@ -31,6 +30,7 @@ public:
     {
         return "Start a packaged app for the console user";
     }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
@@ -38,7 +38,6 @@ public:
         parser.add_option("FAMILY", m_family, "Package family name")->required();
         parser.add_option("ARGUMENTS", m_arguments, "Arguments, as one text");
         parser.add_flag("--launch-for-real", m_forReal, "Start the program that a simulated machine's package names");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -55,7 +54,7 @@ public:
             user.Fail(m_alias + " of " + m_family + " was not started");
         }
         Console& output = environment.Output();
-        const bool json = environment.Options().json;
+        const bool json = environment.Options().PrintsJson();
         if (Simulation* const simulation = environment.Simulated())
         {
             for (const Simulator::StartedProcess& started : simulation->User().Started())

@@ -13,11 +13,10 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Looks the package up as the user who is signed in at the console.
+constexpr char Details[] = R"(Looks the package up as the user who is signed in at the console.)";
 
-Examples:
-  wmihost package 7B3E90C4.Lumashade_k2x7m4qp9wt1d
-  wmihost package 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d --json)";
+constexpr char Examples[] = R"(wmihost package 7B3E90C4.Lumashade_k2x7m4qp9wt1d
+wmihost package 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d --json)";
 
 // Of the platform's PackageOrigin values, in their order.
 constexpr std::array OriginNames = {"unknown",           "unmanaged",       "inbox", "store", "developer, unsigned",
@@ -45,11 +44,11 @@ class PackageCommand : public Command
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "package"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Show the console user's package"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
         parser.add_option("FAMILY", m_family, "Package family name")->required();
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -87,7 +86,7 @@ private:
     {
         const auto& [origin, version] = found;
         Console& output = environment.Output();
-        if (environment.Options().json)
+        if (environment.Options().PrintsJson())
         {
             output.WriteLine(JsonObject{}
                                  .Add("fullName", fullName)

@@ -20,17 +20,16 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Writes what this machine's WMI holds of the classes: their properties, the signatures of
+constexpr char Details[] = R"(Writes what this machine's WMI holds of the classes: their properties, the signatures of
 their methods and their instances. --simulate takes the file, on this machine or another.
 CLASS may have a namespace of its own before a colon, as in root\wmi:zvqBIntM. Without a
 CLASS, those that the module itself works with are recorded, as far as they are there.
 
 Serial numbers, user names and passwords are replaced, unless --no-redact is given. Look
-the file through all the same before you give it away.
+the file through all the same before you give it away.)";
 
-Examples:
-  wmihost record --out machine.json
-  wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)";
+constexpr char Examples[] = R"(wmihost record --out machine.json
+wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)";
 
 constexpr char RedactedNote[] = "Recorded by wmihost; serial numbers, user names and passwords are replaced.";
 constexpr char CompleteNote[] = "Recorded by wmihost, serial numbers, user names and passwords included.";
@@ -70,6 +69,7 @@ class RecordCommand : public Command
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "record"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Record this machine's WMI classes"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
@@ -78,7 +78,6 @@ public:
         parser.add_option("--namespace", m_nameSpace, "WMI namespace of the classes (default: " + m_nameSpace + ")")
             ->type_name("NS");
         parser.add_flag("--no-redact", m_complete, "Keep serial numbers, user names and passwords");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -101,8 +100,8 @@ public:
         const std::string text = Simulator::WriteDescription(description, m_complete ? CompleteNote : RedactedNote);
         const DescriptionContents contents = Count(Simulator::ReadDescription(text)); // it is a valid one
         WriteAll(m_file, text);
-        environment.Output().WriteLine(environment.Options().json ? contents.Json().Text()
-                                                                  : m_file + " has " + contents.Text());
+        environment.Output().WriteLine(environment.Options().PrintsJson() ? contents.Json().Text()
+                                                                          : m_file + " has " + contents.Text());
         return ExitCode::Success;
     }
 

@@ -36,12 +36,13 @@ constexpr std::array Functions = {
     NamedFunction{"GetWmiClassObjectText", FunctionNumber::GetWmiClassObjectText},
 };
 
-constexpr char Footer[] = R"(The request is JSON in UTF-8, or UTF-16 with a byte order mark; without a file it is {}.
+constexpr char Details[] = R"(The request is JSON in UTF-8, or UTF-16 with a byte order mark; without a file it is {}.
 It reaches the module as it is, so that mistakes can be tried out, too.
 
 Progress texts are printed as they come, one line each; one that has line breaks is
-printed as a JSON string. The response follows in a line of its own. With --json each
-line is an object: {"progress":TEXT} ..., then {"code":N,"name":NAME,"response":RESPONSE}.
+printed as a JSON string. The response follows in a line of its own. With --json or
+--ndjson each line is an object: {"progress":TEXT} ..., then
+{"code":N,"name":NAME,"response":RESPONSE}.
 
 Functions:
   2    ExecuteBiosWmiCommand
@@ -51,11 +52,10 @@ Functions:
   32   GetWmiPropertyValues
   64   SetBiosSetting
   128  SetBiosSystemDefaults
-  256  GetWmiClassObjectText
+  256  GetWmiClassObjectText)";
 
-Examples:
-  wmihost run 16 request.json
-  wmihost run GetWmiClassObjectText - < request.json)";
+constexpr char Examples[] = R"(wmihost run 16 request.json
+wmihost run GetWmiClassObjectText - < request.json)";
 
 std::optional<unsigned int> ParseFunction(const std::string& text)
 {
@@ -79,19 +79,23 @@ class RunCommand : public Command
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "run"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Run any command with a JSON request"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
         parser.add_option("FUNCTION", m_function, "Number or name of the function")->required()->check(CheckFunction);
         parser.add_option("REQUEST-FILE", m_requestFile, "File with the request; - reads standard input");
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
         const unsigned int function = ParseFunction(m_function).value_or(0);
         std::wstring request = m_requestFile.empty() ? L"{}" : DecodeRequest(ReadAll(m_requestFile), m_requestFile);
-        const bool json = environment.Options().json;
+        const bool json = environment.Options().PrintsJson();
         Console& output = environment.Output();
 
         const Reply reply = ExecuteUntilInterrupted(

@@ -16,15 +16,14 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(The machine is one that "wmihost events --simulate FILE --channel NAME" runs on.
+constexpr char Details[] = R"(The machine is one that "wmihost events --simulate FILE --channel NAME" runs on.
 DATA is 0 unless given; ID and DATA are decimal, or hexadecimal with 0x.
 
-Prints how many subscriptions each event reaches; with --json:
-{"eventId":N,"eventData":N,"subscriptions":N}.
+Prints how many subscriptions each event reaches; with --json or --ndjson:
+{"eventId":N,"eventData":N,"subscriptions":N}.)";
 
-Examples:
-  wmihost send desk 20:0xff0000
-  wmihost send desk 21 3 0x20001:7)";
+constexpr char Examples[] = R"(wmihost send desk 20:0xff0000
+wmihost send desk 21 3 0x20001:7)";
 
 // How long a simulation that is just starting is waited for.
 constexpr std::chrono::seconds Patience{5};
@@ -38,12 +37,16 @@ public:
     {
         return "Send firmware events to a simulated machine that is running";
     }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
         parser.add_option("CHANNEL", m_channel, "Name of the machine's channel")->required();
         parser.add_option("ID[:DATA]", m_events, "Events to send, in this order")->required()->check(CheckEvent);
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -53,7 +56,7 @@ public:
             const FirmwareEvent event = ParseEvent(text).value_or(FirmwareEvent{});
             const int subscriptions = Send(environment.GetInterruption(), event);
             Console& output = environment.Output();
-            environment.Options().json
+            environment.Options().PrintsJson()
                 ? output.WriteLine(JsonObject{}
                                        .Add("eventId", event.id)
                                        .Add("eventData", event.data)

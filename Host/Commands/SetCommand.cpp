@@ -9,14 +9,13 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Footer[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
+constexpr char Details[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
 Another number is a refusal, such as for a wrong password, and ends in exit code 7.
 
-Other users of this machine can see a password that stands on the command line.
+Other users of this machine can see a password that stands on the command line.)";
 
-Examples:
-  wmihost set "Fast Boot" Disable
-  wmihost set "Wake On LAN" Disabled --password -)";
+constexpr char Examples[] = R"(wmihost set "Fast Boot" Disable
+wmihost set "Wake On LAN" Disabled --password -)";
 
 class SetCommand : public Command
 {
@@ -24,13 +23,13 @@ public:
     [[nodiscard]] const char* Name() const noexcept override { return "set"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Change a firmware setting"; }
     [[nodiscard]] bool TakesSecrets() const noexcept override { return true; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
 
     void Declare(CLI::App& parser) override
     {
         parser.add_option("NAME", m_name, "Setting, such as \"Fast Boot\"")->required();
         parser.add_option("VALUE", m_value, "Its new value, such as Disable")->required();
         m_password.Declare(parser);
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

@@ -12,12 +12,11 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Footer[] = R"(Prints the text of each instance as WMI writes it (MOF), as soon as it is there. With
---json: {"result":[TEXT, ...]}.
+constexpr char Details[] = R"(Prints the text of each instance as WMI writes it (MOF), as soon as it is there. With
+--json: {"result":[TEXT, ...]}, with --ndjson {"text":TEXT} for each as it comes.)";
 
-Examples:
-  wmihost text Win32_BIOS
-  wmihost text Win32_Process --where "Name = 'services.exe'")";
+constexpr char Examples[] = R"(wmihost text Win32_BIOS
+wmihost text Win32_Process --where "Name = 'services.exe'")";
 
 // MOF comes with the line ends of Windows and an empty line in front.
 std::string WithPlainLineEnds(std::string_view text)
@@ -34,35 +33,40 @@ class TextCommand : public Command
 public:
     [[nodiscard]] const char* Name() const noexcept override { return "text"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Show the instances of a WMI class"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
         m_target.DeclareClass(parser);
         m_target.DeclareOptions(parser);
-        parser.footer(Footer);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        const bool json = environment.Options().json;
+        const OutputFormat format = environment.Options().format;
         Console& output = environment.Output();
         std::string texts;
         const Reply reply = environment.OpenSession().Execute(
             FunctionNumber::GetWmiClassObjectText, m_target.Request().Text(), [&](std::string_view text) {
-                if (json)
+                if (format == OutputFormat::Json)
                 {
                     texts += (texts.empty() ? "" : ",") + JsonString(text);
                 }
                 else
                 {
-                    output.WriteLine(WithPlainLineEnds(text));
+                    output.WriteLine(format == OutputFormat::JsonLines ? JsonObject{}.Add("text", text).Text()
+                                                                       : WithPlainLineEnds(text));
                 }
             });
         if (reply.code != 0)
         {
             throw CommandFailure{reply.code, ErrorLine(reply.code, m_target.Subject(reply.code, {}), reply.problem)};
         }
-        if (json)
+        if (format == OutputFormat::Json)
         {
             output.WriteLine(JsonObject{}.AddJson("result", '[' + texts + ']').Text());
         }

@@ -161,6 +161,21 @@ Outcome RunSimulated(const std::string& machine, std::vector<std::string> argume
     return RunHost(arguments, input);
 }
 
+std::vector<std::string> Subcommands()
+{
+    std::vector<std::string> names;
+    bool isListed = false;
+    for (const std::string& line : RunHost({"--help"}).OutputLines())
+    {
+        isListed = line == "Subcommands:" || (isListed && line.starts_with("  "));
+        if (isListed && line.starts_with("  ") && line[2] != ' ') // more blanks: a description goes on
+        {
+            names.push_back(line.substr(2, line.find(' ', 2) - 2));
+        }
+    }
+    return names;
+}
+
 std::string EventMachine(const std::string& schedule)
 {
     return R"({"version":1,"name":"m","namespaces":[{"path":"root\\wmi","classes":[{"name":"zvqBEvnt","event":true,)"

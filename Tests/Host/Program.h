@@ -61,6 +61,9 @@ private:
 [[nodiscard]] Outcome RunSimulated(const std::string& machine, std::vector<std::string> arguments,
                                    std::string_view input = {});
 
+// The subcommands that "wmihost --help" names.
+[[nodiscard]] std::vector<std::string> Subcommands();
+
 // A description of a machine that has firmware events alone, with this schedule (the JSON of a list's items).
 [[nodiscard]] std::string EventMachine(const std::string& schedule);
 

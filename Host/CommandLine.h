@@ -1,0 +1,47 @@
+// What wmihost was told to do.
+#pragma once
+
+#include "Host/Commands/Command.h"
+#include "Host/Environment.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Zv::Host
+{
+
+// Global options, and one subcommand with its own.
+class CommandLine
+{
+public:
+    CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+    ~CommandLine() = default;
+
+    // Throws CLI::Success where the text of Help() is asked for, Failure(BadInput) that says what is wrong and what
+    // would be right.
+    [[nodiscard]] Command& Parse(const std::vector<std::string>& arguments);
+
+    [[nodiscard]] std::string Help() const { return m_app.help(); }
+    [[nodiscard]] const GlobalOptions& Options() const noexcept { return m_options; }
+
+private:
+    void DeclareFormats();
+    void DeclareOptions();
+    void CheckFormat() const;
+    [[nodiscard]] std::string UsageError(const CLI::ParseError& error) const;
+    [[nodiscard]] std::string Mistake(const CLI::ParseError& error) const;
+    [[nodiscard]] std::string ProgramAndCommand() const;
+    [[nodiscard]] std::string CommandNames() const;
+
+    CLI::App m_app;
+    GlobalOptions m_options;
+    std::vector<std::unique_ptr<Command>> m_commands;
+    Command* m_chosen = nullptr;
+};
+
+} // namespace Zv::Host
