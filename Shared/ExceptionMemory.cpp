@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 // Of the MinGW-w64 run time: what is done with a slot's value at a thread's end.
 extern "C" int __mingwthr_key_dtor(DWORD key, void (*destructor)(void*));
@@ -75,11 +76,13 @@ private:
 constexpr std::size_t ExceptionHeaderSize = 0xa0;
 constexpr std::size_t DependentExceptionSize = 0x90;
 
-// A thread's caught and uncaught exceptions, as the C++ ABI lays them out (__cxa_eh_globals).
+// A thread's caught and uncaught exceptions, as the C++ ABI lays them out (__cxa_eh_globals), and what finds them.
 struct ThreadExceptions
 {
     void* caught = nullptr;
     unsigned int uncaught = 0;
+    const DWORD thread = GetCurrentThreadId();
+    ThreadExceptions* next = nullptr;
 };
 
 constexpr std::size_t LargestReservedException = 512; // larger than any that the module throws
@@ -111,53 +114,6 @@ void Free(void* memory) noexcept
     }
 }
 
-// The thread-local slot of the record above.
-class ThreadKey
-{
-public:
-    ThreadKey() noexcept : m_key{TlsAlloc()}
-    {
-        if (m_key == TLS_OUT_OF_INDEXES)
-        {
-            std::terminate(); // while the module is being loaded
-        }
-        __mingwthr_key_dtor(m_key, &FreeThread);
-    }
-    ThreadKey(const ThreadKey&) = delete;
-    ThreadKey& operator=(const ThreadKey&) = delete;
-    ~ThreadKey()
-    {
-        __mingwthr_remove_key_dtor(m_key);
-        FreeThread(TlsGetValue(m_key));
-        TlsFree(m_key);
-    }
-
-    [[nodiscard]] DWORD Get() const noexcept { return m_key; }
-
-private:
-    // Runs on the thread whose record it is. When the module is unloaded that is once before static objects go and,
-    // for what they raised meanwhile, once after: the slot must not keep what was freed.
-    static void FreeThread(void* memory) noexcept;
-
-    DWORD m_key;
-};
-
-// There from the first to the last moment in which the module's code runs: other static objects may raise exceptions.
-[[gnu::init_priority(101)]] const ThreadKey g_threadKey;
-
-void ThreadKey::FreeThread(void* memory) noexcept
-{
-    if (memory == nullptr)
-    {
-        return;
-    }
-    TlsSetValue(g_threadKey.Get(), nullptr);
-    if (!g_threads.GiveBack(memory))
-    {
-        std::free(memory);
-    }
-}
-
 // Exceptions come and go between two calls whose error code is of interest.
 class LastErrorKeeper
 {
@@ -171,11 +127,66 @@ private:
     DWORD m_error = GetLastError();
 };
 
-ThreadExceptions* OfThisThread() noexcept
+// The records of all threads that have raised an exception. Each finds its own by a thread-local slot, or else by the
+// thread's number: where no slot was left, or no memory for what is put into it.
+class ThreadRecords
 {
-    const LastErrorKeeper keeper;
-    auto* exceptions = static_cast<ThreadExceptions*>(TlsGetValue(g_threadKey.Get()));
-    if (exceptions == nullptr)
+public:
+    ThreadRecords() noexcept : m_slot{TlsAlloc()} { __mingwthr_key_dtor(m_slot, &FreeAtEndOfThread); }
+    ThreadRecords(const ThreadRecords&) = delete;
+    ThreadRecords& operator=(const ThreadRecords&) = delete;
+    // Threads that go on when the module is unloaded cannot free theirs. Nobody else runs the module's code by now.
+    ~ThreadRecords()
+    {
+        __mingwthr_remove_key_dtor(m_slot);
+        while (m_first != nullptr)
+        {
+            FreeRecord(std::exchange(m_first, m_first->next));
+        }
+        TlsFree(m_slot);
+    }
+
+    ThreadExceptions& OfThisThread() noexcept
+    {
+        const LastErrorKeeper keeper;
+        auto* record = static_cast<ThreadExceptions*>(TlsGetValue(m_slot));
+        if (record == nullptr)
+        {
+            record = Find(GetCurrentThreadId());
+            if (record == nullptr)
+            {
+                record = Add();
+            }
+            TlsSetValue(m_slot, record);
+        }
+        return *record;
+    }
+
+private:
+    // Runs on the thread whose record it is. When the module is unloaded that is once before static objects go and,
+    // for what they raised meanwhile, once after: the slot must not keep what was freed.
+    static void FreeAtEndOfThread(void* record) noexcept;
+
+    static void FreeRecord(ThreadExceptions* record) noexcept
+    {
+        if (!g_threads.GiveBack(record))
+        {
+            std::free(record);
+        }
+    }
+
+    ThreadExceptions* Find(DWORD thread) noexcept
+    {
+        const LockGuard held{m_lock};
+        ThreadExceptions* record = m_first;
+        while (record != nullptr && record->thread != thread)
+        {
+            record = record->next;
+        }
+        return record;
+    }
+
+    ThreadExceptions* Add() noexcept
     {
         void* memory = std::malloc(sizeof(ThreadExceptions));
         if (memory == nullptr)
@@ -186,10 +197,40 @@ ThreadExceptions* OfThisThread() noexcept
         {
             std::terminate();
         }
-        exceptions = ::new (memory) ThreadExceptions;
-        TlsSetValue(g_threadKey.Get(), exceptions);
+        auto* const record = ::new (memory) ThreadExceptions;
+        const LockGuard held{m_lock};
+        record->next = m_first;
+        m_first = record;
+        return record;
     }
-    return exceptions;
+
+    void Remove(const ThreadExceptions* record) noexcept
+    {
+        const LockGuard held{m_lock};
+        ThreadExceptions** link = &m_first;
+        while (*link != record)
+        {
+            link = &(*link)->next;
+        }
+        *link = record->next;
+    }
+
+    const DWORD m_slot;
+    Lock m_lock;
+    ThreadExceptions* m_first = nullptr; // guarded by m_lock
+};
+
+// There from the first to the last moment in which the module's code runs: other static objects may raise exceptions.
+[[gnu::init_priority(101)]] ThreadRecords g_records;
+
+void ThreadRecords::FreeAtEndOfThread(void* memory) noexcept
+{
+    if (auto* const record = static_cast<ThreadExceptions*>(memory); record != nullptr)
+    {
+        TlsSetValue(g_records.m_slot, nullptr);
+        g_records.Remove(record);
+        FreeRecord(record);
+    }
 }
 
 } // namespace
@@ -202,12 +243,12 @@ extern "C"
 
     void* __cxa_get_globals() noexcept
     {
-        return OfThisThread();
+        return &g_records.OfThisThread();
     }
 
     void* __cxa_get_globals_fast() noexcept
     {
-        return OfThisThread();
+        return &g_records.OfThisThread();
     }
 
     void* __cxa_allocate_exception(std::size_t size) noexcept

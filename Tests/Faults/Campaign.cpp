@@ -229,10 +229,8 @@ void Campaign::Plan(const MadeCall& call)
 std::string Campaign::Judge(const PlannedFault& fault, const Seen& seen) const
 {
     std::string complaints;
-    if (const std::string left = LeftBeyond(seen.left, m_good.left); !left.empty())
-    {
-        complaints += "left over: " + left + "\n";
-    }
+    const std::string left = LeftBeyond(seen.left, m_good.left);
+    const auto mayLeave = [&](const Expectation& row) { return !left.empty() && row.leaves == left; };
     const Lines more = Minus(LinesOf(seen.log), LinesOf(m_good.log));
     const Lines less = Minus(LinesOf(m_good.log), LinesOf(seen.log));
     for (const LogLine& line : seen.log)
@@ -245,7 +243,8 @@ std::string Campaign::Judge(const PlannedFault& fault, const Seen& seen) const
     }
     if (fault.mode == Mode::Slow)
     {
-        const bool same = HasEffect(m_good, seen, {}, fault.mode) && more.empty() && less.empty() && seen.joins == 0;
+        const bool same =
+            HasEffect(m_good, seen, {}, fault.mode) && more.empty() && less.empty() && seen.joins == 0 && left.empty();
         return complaints + (same ? "" : "a slow call changes the outcome\n");
     }
 
@@ -281,6 +280,10 @@ std::string Campaign::Judge(const PlannedFault& fault, const Seen& seen) const
                           (fault.mode == Mode::Onward && std::ranges::any_of(later, mayStay));
         return outcome && joins && acts && (fault.mode == Mode::Onward || !goesOn || less.empty());
     };
+    if (!left.empty() && std::ranges::none_of(rows, mayLeave))
+    {
+        complaints += "left over: " + left + "\n";
+    }
     if (std::ranges::none_of(rows, fits))
     {
         complaints += rows.empty() ? "nothing is known of what this failure does\n" : "not what was expected\n";

@@ -101,6 +101,7 @@ public:
         AddTexts();
         AddSettings();
         AddRegistrations();
+        AddLoad();
         AddSessions();
         AddStartUp();
         AddLauncher();
@@ -457,6 +458,34 @@ private:
              .about = L"EventData",
              .effect = Effect::Other,
              .lines = {Failed(Sink, L"Indicate", L"Get(EventData)")}});
+    }
+
+    void AddLoad()
+    {
+        constexpr unsigned int group = Load;
+        // Slots that cannot be had or filled are done without.
+        for (const std::string_view site : {"TlsAlloc", "TlsSetValue", "TlsFree"})
+        {
+            Same(group, site);
+        }
+        // An API set that cannot be asked for counts as absent, which is of interest to the launcher only.
+        Same(group, "GetModuleHandleW");
+        Same(group, "GetProcAddress");
+        Same(group, "UuidCreate");
+        With(group, "UuidToStringW", Effect::Raises);
+        for (const std::string_view memory : {"malloc", "calloc", "realloc"})
+        {
+            Same(group, memory);
+            With(group, memory, Effect::Raises); // out of the factory or the start of the session
+            Fail(group, memory, {});
+            Fail(group, memory, {NoMemoryForResponse});
+        }
+        // The C run time cannot note what is to be done at the end, without memory from the first moment on.
+        Add({.groups = group,
+             .site = "calloc",
+             .number = 1,
+             .effect = Effect::Raises,
+             .leaves = "a thread-local slot; "});
     }
 
     void AddSessions()

@@ -36,6 +36,7 @@ struct Expectation
     std::vector<std::wstring> lines{}; // more in the log: "Warning text", with {hr} and {error} of the failure
     int joins = 0;                     // of COM: left over, or left too often
     bool staysImpersonated = false;
+    std::string_view leaves{}; // over, though nothing should be
 };
 
 // Every expectation of a call in a group of scenarios; one of them is to be met.

@@ -239,6 +239,17 @@ int ContinueFaultRun(const std::string& arguments)
     return 0;
 }
 
+void ListFaults(const std::string& name)
+{
+    PrepareProcess();
+    const std::unique_ptr<Scenario> scenario = MakeScenario(name);
+    const Campaign campaign{*scenario};
+    for (std::size_t fault = 0; fault < campaign.Faults().size(); ++fault)
+    {
+        Tell(NameOf(name, fault) + ": " + campaign.Faults()[fault].Describe() + "\n");
+    }
+}
+
 int ReplayFault(const std::string& name, std::size_t fault)
 {
     PrepareProcess();

@@ -25,6 +25,9 @@ struct FaultRunResult
 // The other end, for main(): runs what RunFaults has started this process for. Returns the exit code.
 [[nodiscard]] int ContinueFaultRun(const std::string& arguments);
 
+// Prints the faults of one scenario, each with its number.
+void ListFaults(const std::string& scenario);
+
 // Runs one fault in this process and tells everything about it. Returns the exit code.
 [[nodiscard]] int ReplayFault(const std::string& scenario, std::size_t fault);
 

@@ -1,5 +1,6 @@
 // Every call that the module makes, failing in every way in which it can fail. See docs/testing.md.
 //   FaultTests.exe --list                     the scenarios
+//   FaultTests.exe --list "SCENARIO"          its faults
 //   FaultTests.exe --replay "SCENARIO" FAULT  one fault of one scenario, in this process
 #include "Interception/ImportTable.h"
 #include "Tests/Faults/FaultRun.h"
@@ -51,6 +52,7 @@ INSTANTIATE_TEST_SUITE_P(OfOtherCommands, Faults,
                          ::testing::Values(PropertyCommand, TextCommand, SettingCommand, OtherCommand));
 INSTANTIATE_TEST_SUITE_P(OfRegistrations, Faults, ::testing::Values(Registration));
 INSTANTIATE_TEST_SUITE_P(OfSessions, Faults, ::testing::Values(SessionsAndService));
+INSTANTIATE_TEST_SUITE_P(OfTheLoad, Faults, ::testing::Values(Load));
 INSTANTIATE_TEST_SUITE_P(OfTheStartUpTask, Faults, ::testing::Values(StartUp));
 INSTANTIATE_TEST_SUITE_P(OfHotkeys, Faults, ::testing::Values(Hotkey, LauncherCall));
 
@@ -118,6 +120,11 @@ int main(int count, char** arguments)
     if (first == "--replay" && count == 4)
     {
         return ReplayFault(arguments[2], std::stoull(arguments[3]));
+    }
+    if (first == "--list" && count == 3)
+    {
+        ListFaults(arguments[2]);
+        return 0;
     }
     if (first == "--list")
     {

@@ -3,6 +3,7 @@
 #include "Interception/ModuleExports.h"
 #include "Logging/Logging.h"
 #include "Services/Launcher/Launcher.h"
+#include "Tests/Faults/ModuleLife.h"
 #include "Tests/Faults/Stage.h"
 #include "Tests/Support/CommandTap.h"
 #include "Tests/Support/Module.h"
@@ -42,31 +43,6 @@ public:
 private:
     FaultBox& m_box;
 };
-
-void Note(Seen& seen, const std::string& call, const Reply& reply)
-{
-    seen.codes[call] = reply.code;
-    seen.texts.insert(seen.texts.end(), reply.progress.begin(), reply.progress.end());
-    switch (reply.slot)
-    {
-    case Reply::Slot::Untouched:
-        seen.texts.emplace_back(L"no response");
-        break;
-    case Reply::Slot::Null:
-        seen.texts.emplace_back(L"null response");
-        break;
-    case Reply::Slot::Text:
-        seen.texts.push_back(reply.text);
-        break;
-    }
-}
-
-bool SucceedsOn(ZVService* service)
-{
-    Session session{service, ClientName};
-    return Run(service, session.Get(), static_cast<unsigned int>(FunctionNumber::GetWmiPropertyValue), GoodRequest)
-               .text == LR"({"result":"7C21"})";
-}
 
 // On one module, which stays loaded.
 class OnOneModule : public Scenario
@@ -505,6 +481,8 @@ const std::vector<Entry>& Entries()
          [](const std::string& name) {
              return std::make_unique<WholeRegistration>(name, Notebook, true, WholeRegistration::End::Session);
          }},
+        {"from load to unload", Load,
+         [](const std::string& name) { return std::make_unique<ModuleLife>(name, Notebook); }},
         {"a session", SessionsAndService, [](const std::string&) { return std::make_unique<SessionLife>(); }},
         {"a service", SessionsAndService, [](const std::string& name) { return std::make_unique<ServiceLife>(name); }},
         {"the start-up task", StartUp, [](const std::string&) { return std::make_unique<StartUpTask>(); }},
@@ -569,6 +547,31 @@ const std::vector<Entry>& EntriesWithBadEnds()
 }
 
 } // namespace
+
+void Note(Seen& seen, const std::string& call, const Reply& reply)
+{
+    seen.codes[call] = reply.code;
+    seen.texts.insert(seen.texts.end(), reply.progress.begin(), reply.progress.end());
+    switch (reply.slot)
+    {
+    case Reply::Slot::Untouched:
+        seen.texts.emplace_back(L"no response");
+        break;
+    case Reply::Slot::Null:
+        seen.texts.emplace_back(L"null response");
+        break;
+    case Reply::Slot::Text:
+        seen.texts.push_back(reply.text);
+        break;
+    }
+}
+
+bool SucceedsOn(ZVService* service)
+{
+    Session session{service, ClientName};
+    return Run(service, session.Get(), static_cast<unsigned int>(FunctionNumber::GetWmiPropertyValue), GoodRequest)
+               .text == LR"({"result":"7C21"})";
+}
 
 std::vector<std::string> ScenariosOf(Group groups)
 {

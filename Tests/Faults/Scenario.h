@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Tests/Faults/FaultBox.h"
+#include "Tests/Support/Module.h"
 #include "Tests/Support/Transcript.h"
 
 #include <map>
@@ -26,7 +27,8 @@ enum Group : unsigned int
     StartUp = 128,
     Hotkey = 256,
     LauncherCall = 512,
-    EveryGroup = 1023
+    Load = 1024,
+    EveryGroup = 2047
 };
 
 // What a host saw of a run.
@@ -69,6 +71,12 @@ private:
     const std::string m_name;
     const Group m_group;
 };
+
+// Adds what a host got from a call.
+void Note(Seen& seen, const std::string& call, const Reply& reply);
+
+// Whether a command with no more to it than a look at a property of the simulated notebook succeeds.
+[[nodiscard]] bool SucceedsOn(ZVService* service);
 
 // Names of the scenarios of the groups.
 [[nodiscard]] std::vector<std::string> ScenariosOf(Group groups);

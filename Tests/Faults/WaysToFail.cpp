@@ -76,6 +76,8 @@ const Table& Failing()
         Failures waitFailed;
         waitFailed.ways.push_back({.result = WAIT_FAILED, .error = ERROR_INVALID_HANDLE});
         waitFailed.ways.push_back({.result = WAIT_ABANDONED_0});
+        Failures noSlot;
+        noSlot.ways.push_back({.result = TLS_OUT_OF_INDEXES, .error = ERROR_NO_MORE_ITEMS});
         Failures noPriority;
         noPriority.ways.push_back({.result = THREAD_PRIORITY_ERROR_RETURN, .error = ERROR_INVALID_HANDLE});
         return Table{
@@ -131,6 +133,9 @@ const Table& Failing()
             {"CloseHandle", Refuses({ERROR_INVALID_HANDLE}, Done)},
             {"WaitForMultipleObjects", waitFailed},
             {"WaitForSingleObject", waitFailed},
+            {"TlsAlloc", noSlot},
+            {"TlsSetValue", Refuses({ERROR_NOT_ENOUGH_MEMORY})}, // beyond a thread's first 64 slots
+            {"TlsFree", Refuses({ERROR_INVALID_PARAMETER}, Done)},
             {"HeapAlloc", noText},
             {"HeapFree", Refuses({ERROR_INVALID_PARAMETER}, Done)},
             // RPC.
@@ -218,6 +223,7 @@ const std::map<std::string_view, std::vector<std::string_view>>& NotFailing()
           "wcslen",
           "SysStringLen",
           "GetLastError",
+          "TlsGetValue",
           "GetTickCount64",
           "GetCurrentProcess",
           "GetCurrentProcessId",
@@ -252,10 +258,6 @@ const std::map<std::string_view, std::string_view>& Excluded()
 {
     static const std::map<std::string_view, std::string_view> functions{
         {"wcscpy_s", "a checked copy that fails ends the process, by contract: shown by the tests of client ids"},
-        {"TlsAlloc", "GCC's run time takes its slot while the module is loaded and ends the process without it"},
-        {"TlsFree", "GCC's run time gives its slot back while the module is unloaded"},
-        {"TlsGetValue", "GCC's run time asks for slots that it has, which does not fail; null is an answer"},
-        {"TlsSetValue", "GCC's run time fills slots that it has, among a thread's first 64, which takes no memory"},
     };
     return functions;
 }
