@@ -5,12 +5,12 @@
 #include "Simulator/AutomationWatch.h"
 #include "Simulator/Machine.h"
 #include "Tests/Races/Scheduler.h"
+#include "Tests/Races/Seeds.h"
 #include "Tests/Support/Ledgers.h"
 #include "Tests/Support/Module.h"
 #include "Tests/Support/PlatformCalls.h"
 #include "Tests/Support/Text.h"
 #include "Tests/Support/Transcript.h"
-#include "Tests/Support/Watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -30,13 +30,6 @@ namespace Zv::Testing
 
 namespace
 {
-
-struct Seeds
-{
-    std::uint64_t first = 1;
-    std::uint64_t count = 150;
-};
-Seeds g_seeds;
 
 constexpr unsigned int Register = 4;
 constexpr unsigned int Unregister = 8;
@@ -61,7 +54,6 @@ protected:
     // the sessions.
     void Run(std::uint64_t seed)
     {
-        SCOPED_TRACE("seed " + std::to_string(seed));
         Scheduler scheduler{seed};
         const ImportGate gate{module.Handle(), scheduler};
         Session one{service.Get(), L"one event"};
@@ -193,14 +185,10 @@ TEST(Scheduler, GivesTheSameOrderForTheSameSeedAndAnotherForAnother)
 
 TEST_F(Race, OfSessionsRegistrationsEventsAndEndsHasNoLoser)
 {
-    for (std::uint64_t seed = g_seeds.first; seed < g_seeds.first + g_seeds.count && !HasFailure(); ++seed)
-    {
-        const Watchdog watchdog{"seed " + std::to_string(seed)};
-        Run(seed);
-    }
-    std::printf("%llu seeds, %zu switches, %zu events relayed\n", static_cast<unsigned long long>(g_seeds.count),
-                switches, events);
-    EXPECT_GT(switches, g_seeds.count * 10);
+    const std::uint64_t seeds = ForEachSeed(150, [this](std::uint64_t seed) { Run(seed); });
+    std::printf("%llu seeds, %zu switches, %zu events relayed\n", static_cast<unsigned long long>(seeds), switches,
+                events);
+    EXPECT_GT(switches, seeds * 10);
     EXPECT_GT(events, 0u);
 }
 
@@ -213,7 +201,7 @@ int main(int count, char** arguments)
     ::testing::InitGoogleTest(&count, arguments);
     if (count == 4 && std::string_view{arguments[1]} == "--seeds")
     {
-        Zv::Testing::g_seeds = {std::stoull(arguments[2]), std::stoull(arguments[3])};
+        Zv::Testing::ChooseSeeds(std::stoull(arguments[2]), std::stoull(arguments[3]));
     }
     Logging::LogManager::SetProvider(L"the host's");
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);

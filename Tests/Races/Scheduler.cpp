@@ -19,6 +19,10 @@ namespace
 // One call in so many is the end of a turn; the others go on.
 constexpr std::size_t CallsPerTurn = 3;
 
+// One turn in so many ends with a call that takes long: the others get up to so many turns meanwhile.
+constexpr std::size_t TurnsPerDelay = 40;
+constexpr std::size_t LongestDelay = 400;
+
 // In vain in a row: nobody will ever get further.
 constexpr std::size_t LongestIdling = 20'000;
 
@@ -108,6 +112,10 @@ bool Scheduler::Answers(const GatedImport& import, const CallArguments& argument
         m_idle = 0;
         if (Choose(CallsPerTurn) == 0)
         {
+            if (Choose(TurnsPerDelay) == 0)
+            {
+                m_threads[t_index]->delayedUntil = m_turns + Choose(LongestDelay);
+            }
             PassTurn();
         }
     }
@@ -133,15 +141,23 @@ void Scheduler::Poll(std::string_view what, Try attempt)
 
 std::size_t Scheduler::Next()
 {
-    const auto alive =
-        static_cast<std::size_t>(std::ranges::count_if(m_threads, [](const auto& thread) { return thread->alive; }));
-    std::size_t left = Choose(alive);
-    std::size_t index = 0;
-    while (!m_threads[index]->alive || left-- != 0)
+    ++m_turns;
+    std::vector<std::size_t> ready;
+    std::vector<std::size_t> alive;
+    for (std::size_t index = 0; index < m_threads.size(); ++index)
     {
-        ++index;
+        const Thread& thread = *m_threads[index];
+        if (thread.alive)
+        {
+            alive.push_back(index);
+        }
+        if (thread.alive && thread.delayedUntil <= m_turns)
+        {
+            ready.push_back(index);
+        }
     }
-    return index;
+    const std::vector<std::size_t>& candidates = ready.empty() ? alive : ready;
+    return candidates[Choose(candidates.size())];
 }
 
 void Scheduler::PassTurn()

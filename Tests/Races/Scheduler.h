@@ -17,8 +17,9 @@ namespace Zv::Testing
 {
 
 // Only one of the threads runs at a time. Each call that the module makes of the platform may be the end of its turn;
-// calls that wait are tried again and again, a turn each. So a seed always gives the same order, whatever the machine
-// does besides. When nobody gets any further the process is ended with a message.
+// calls that wait are tried again and again, a turn each, and a few calls take as long as hundreds of turns. So a seed
+// always gives the same order, whatever the machine does besides. When nobody gets any further the process is ended
+// with a message.
 class Scheduler final : public GateKeeper
 {
 public:
@@ -46,7 +47,8 @@ private:
         Tessel::Server::Shared::Condition turn;
         bool alive = true;
         std::size_t calls = 0;
-        std::string_view waitsFor; // empty: for nothing
+        std::size_t delayedUntil = 0; // this turn, unless all others are delayed, too
+        std::string_view waitsFor;    // empty: for nothing
     };
 
     void PassTurn();
@@ -62,6 +64,7 @@ private:
     mutable Tessel::Server::Shared::Lock m_lock;
     std::vector<std::unique_ptr<Thread>> m_threads;
     std::size_t m_current = 0; // guarded by m_lock
+    std::size_t m_turns = 0;
     std::size_t m_switches = 0;
     std::size_t m_idle = 0; // tries in a row that were in vain
 };
