@@ -57,12 +57,13 @@ HRESULT ElementToJson(SAFEARRAY& array, VARTYPE elementType, LONG index, JsonVal
 class ArrayAccess
 {
 public:
-    // Refuses an array of several dimensions, whose elements have no single index, and one whose elements are larger
-    // than any that is converted here.
-    explicit ArrayAccess(SAFEARRAY* array) noexcept : m_array{array}
+    // Refuses an array of several dimensions, whose elements have no single index, and one that does not hold what its
+    // VARIANT says: numbers would be taken for strings.
+    ArrayAccess(SAFEARRAY* array, VARTYPE elementType) noexcept : m_array{array}
     {
         void* data = nullptr;
-        m_status = array != nullptr && !IsReadable(*array) ? E_INVALIDARG : SafeArrayAccessData(array, &data);
+        const bool readable = array == nullptr || IsVectorOf(elementType, *array);
+        m_status = readable ? SafeArrayAccessData(array, &data) : E_INVALIDARG;
         m_open = SUCCEEDED(m_status);
     }
     ArrayAccess(const ArrayAccess&) = delete;
@@ -86,9 +87,24 @@ public:
     }
 
 private:
-    static bool IsReadable(const SAFEARRAY& array) noexcept
+    static bool IsVectorOf(VARTYPE elementType, const SAFEARRAY& array) noexcept
     {
-        return array.cDims == 1 && array.cbElements <= sizeof(LONGLONG);
+        constexpr unsigned int kinds = FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT | FADF_RECORD;
+        const unsigned int kind = elementType == VT_BSTR ? FADF_BSTR : 0;
+        return array.cDims == 1 && array.cbElements == SizeOf(elementType) && (array.fFeatures & kinds) == kind;
+    }
+
+    static std::size_t SizeOf(VARTYPE elementType) noexcept
+    {
+        switch (elementType)
+        {
+        case VT_BSTR:
+            return sizeof(BSTR);
+        case VT_BOOL:
+            return sizeof(VARIANT_BOOL);
+        default:
+            return sizeof(LONG);
+        }
     }
 
     SAFEARRAY* m_array;
@@ -148,14 +164,14 @@ bool PublicWmi::GetSafeArrayData(const Variant& value, bool asArray, JsonValue& 
     const ClassLog log = Log(logContext);
     JsonAllocator& allocator = response.GetAllocator();
 
-    ArrayAccess access{V_ARRAY(&value.Value())};
+    const auto elementType = static_cast<VARTYPE>(value.Type() & VT_TYPEMASK);
+    ArrayAccess access{V_ARRAY(&value.Value()), elementType};
     // The text names bytes whatever the elements are.
     if (FAILED(Checked(access.Status(), log, method, L"SafeArrayAccessData(VT_ARRAY | VT_UI1)")))
     {
         return false;
     }
 
-    const auto elementType = static_cast<VARTYPE>(value.Type() & VT_TYPEMASK);
     JsonValue innerArray{rapidjson::kArrayType};
     JsonValue& target = asArray ? innerArray : jsonArray;
     bool complete = true;

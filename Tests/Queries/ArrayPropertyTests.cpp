@@ -4,6 +4,8 @@
 
 #include <oleauto.h>
 
+#include <utility>
+
 namespace
 {
 
@@ -167,6 +169,43 @@ TEST_F(ArrayProperty, WithoutAnArrayIsNoValue)
     EXPECT_EQ(Get().code, 0x20000002);
     EXPECT_EQ(GetAll().code, 0x20000002);
 }
+
+// What the VARIANT says of the elements, and what they are.
+class ArrayPropertyOfOtherElements : public ArrayProperty,
+                                     public ::testing::WithParamInterface<std::pair<VARTYPE, VARTYPE>>
+{
+};
+
+TEST_P(ArrayPropertyOfOtherElements, ThanItSaysIsNotRead)
+{
+    const auto [said, made] = GetParam();
+    Holds({Value::Other([said, made](VARIANT* variant) {
+        SAFEARRAY* const array = SafeArrayCreateVector(made, 0, 2);
+        void* data = nullptr;
+        SafeArrayAccessData(array, &data);
+        if (made == VT_I8 || made == VT_I4)
+        {
+            *static_cast<LONG*>(data) = 4711; // no address of anything
+        }
+        SafeArrayUnaccessData(array);
+        variant->vt = static_cast<VARTYPE>(VT_ARRAY | said);
+        variant->parray = array;
+        return S_OK;
+    })});
+
+    const Reply reply = Get();
+
+    EXPECT_EQ(reply.code, 0x20000002);
+    EXPECT_EQ(reply.text, L"{}");
+    EXPECT_EQ(Log(), std::vector{ArrayFailed(L"SafeArrayAccessData(VT_ARRAY | VT_UI1)", E_INVALIDARG)});
+    EXPECT_EQ(plan.Calls("SafeArrayGetElement"), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pairs, ArrayPropertyOfOtherElements,
+                         ::testing::Values(std::pair{VT_BSTR, VT_I8}, std::pair{VT_BSTR, VT_I4},
+                                           std::pair{VT_BSTR, VT_UNKNOWN}, std::pair{VT_I4, VT_BSTR},
+                                           std::pair{VT_I4, VT_I8}, std::pair{VT_I4, VT_I2}, std::pair{VT_BOOL, VT_I4},
+                                           std::pair{VT_BOOL, VT_UI1}));
 
 TEST_F(ArrayProperty, OfTenThousandElementsIsReadWhole)
 {
