@@ -10,7 +10,6 @@ What a fenced block is, the words behind its language say, which readers do not 
     LANGUAGE part of FILE   lines of a file of this tree, which is built and run elsewhere
     LANGUAGE not run: WHY
     json request, json response, json progress, text …    Tests/Guide runs them
-    mermaid                 a picture
 """
 import json
 import os
@@ -101,8 +100,8 @@ def check_lines(block, file):
     return None if found else f"these lines are not in {file}"
 
 
-def is_picture_or_request(block):
-    return block.language == "mermaid" or re.match(r"(request|response|progress)\b", block.purpose)
+def runs_elsewhere(block):
+    return re.match(r"(request|response|progress)\b", block.purpose)
 
 
 def problem_of(block, place):
@@ -129,7 +128,7 @@ def check_page(page):
     for block in page.blocks:
         if why := re.fullmatch(r"not run: (.+)", block.purpose):
             left_out.append(f"{block.where}: {why[1]}")
-        elif not is_picture_or_request(block):
+        elif not runs_elsewhere(block):
             ran += 1
             if problem := problem_of(block, place):
                 problems.append(f"{block.where}: {problem}")
