@@ -100,8 +100,11 @@ def check_lines(block, file):
     return None if found else f"these lines are not in {file}"
 
 
-def runs_elsewhere(block):
-    return re.match(r"(request|response|progress)\b", block.purpose)
+def problem_of_caption(block):
+    """Readers do not see the words behind the language: the line above says the same to them."""
+    kind, _, number = block.purpose.partition(" ")
+    told = {"request": f"function {number.split(' ')[0]}", "response": f"code {number}", "progress": "Progress"}[kind]
+    return None if told in block.caption else f'the line above lacks "{told}"'
 
 
 def problem_of(block, place):
@@ -116,6 +119,8 @@ def problem_of(block, place):
         return check_machine(json.dumps({"version": 1, "name": "", "namespaces": [], part[1]: [element]}), place)
     if part := re.fullmatch(r"part of (\S+)", block.purpose):
         return check_lines(block, part[1])
+    if re.match(r"(request|response|progress)\b", block.purpose):
+        return problem_of_caption(block)
     return "nothing says how to run this, nor why it is not run"
 
 
@@ -128,7 +133,7 @@ def check_page(page):
     for block in page.blocks:
         if why := re.fullmatch(r"not run: (.+)", block.purpose):
             left_out.append(f"{block.where}: {why[1]}")
-        elif not runs_elsewhere(block):
+        else:
             ran += 1
             if problem := problem_of(block, place):
                 problems.append(f"{block.where}: {problem}")

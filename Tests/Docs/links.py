@@ -20,10 +20,10 @@ def check_link(page, target):
 
 
 def check_path(text):
-    """* and … stand for anything, {h,cpp} for either."""
+    """*, … and FILE stand for anything, {h,cpp} for either."""
     alternatives = re.search(r"{([^}]*)}", text)
     for choice in alternatives[1].split(",") if alternatives else [""]:
-        pattern = (text.replace(alternatives[0], choice) if alternatives else text).replace("…", "*").rstrip("/")
+        pattern = (text.replace(alternatives[0], choice) if alternatives else text).replace("…", "*").replace("/FILE", "/*").rstrip("/")
         if not any(ROOT.glob(pattern)):
             return f"there is no {pattern} in this tree"
     return None

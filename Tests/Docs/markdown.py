@@ -17,7 +17,7 @@ class Page:
         block = None
         for number, line in enumerate(path.read_text().splitlines(), 1):
             if block is None and line.startswith("```"):
-                block = Block(self, number, line[3:])
+                block = Block(self, number, line[3:], next((text for _, text in reversed(self.prose) if text), ""))
             elif line == "```":
                 self.blocks.append(block)
                 block = None
@@ -32,11 +32,12 @@ class Page:
 
 
 class Block:
-    """A fenced block: its language, the words behind that, its lines."""
+    """A fenced block: its language, the words behind that, the line of text above it, its lines."""
 
-    def __init__(self, page, number, info):
+    def __init__(self, page, number, info, caption):
         self.where = f"{page.name}:{number}"
         self.language, _, self.purpose = info.partition(" ")
+        self.caption = caption
         self.lines = []
 
 

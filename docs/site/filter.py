@@ -36,6 +36,7 @@ def markdown(page, text):
             if heading := re.match(r"(#+) (.*)", line):
                 line += f" {{#{label(page, anchor(heading[2]) if title else '')}}}"
                 title = True
+            line = re.sub(r"`([^`]+)`", r"``\1``", line)  # Doxygen ends code at an apostrophe otherwise
             line = re.sub(r"\[([^]]*)\]\(([^)\s]+)\)", lambda match: link(page, match), line)
         yield line
 

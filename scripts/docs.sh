@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Installs what is missing and makes the site of the documentation, build/site/index.html.
+# Fails for a link that leads nowhere and for an interface without documentation.
+#   usage: docs.sh
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/setup.sh
+
+zv_install_missing_packages
+rm -rf build/site
+mkdir -p build
+doxygen docs/site/Doxyfile
+echo "build/site/index.html"
