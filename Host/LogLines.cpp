@@ -151,7 +151,8 @@ constexpr std::array Table = {
                 "PublicWmi.GetClassObjectText", "WMI gave no text of an instance.", SeeStatus},
     LogLineInfo{"warning", "failed on function SafeArrayAccessData(VT_ARRAY | VT_UI1) with HRESULT 0x{hresult}",
                 "PublicWmi.GetSafeArrayData",
-                "A property's array cannot be read: it is null, or has several dimensions. It counts as no value.",
+                "A property's array cannot be read: it is null, has several dimensions, or holds other elements than "
+                "it says. It counts as no value.",
                 "Nothing: the other instances are read."},
     LogLineInfo{"warning", "failed on function SafeArrayGetElement with HRESULT 0x{hresult}",
                 "PublicWmi.GetSafeArrayData", "An element of a property's array cannot be read.", SeeStatus},
