@@ -20,7 +20,7 @@ def code(text):
 
 def words(text):
     """Markdown takes no notice of what the text holds."""
-    return re.sub(r"([\\|<>*_])", r"\\\1", text)
+    return re.sub(r"(--|[\\|<>*_])", r"\\\1", text)
 
 
 def table(facts, heads, cells):

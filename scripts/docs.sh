@@ -9,5 +9,5 @@ source scripts/setup.sh
 zv_install_missing_packages
 rm -rf build/site
 mkdir -p build
-doxygen docs/site/Doxyfile
+doxygen scripts/site/Doxyfile
 echo "build/site/index.html"

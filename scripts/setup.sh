@@ -13,6 +13,8 @@ zv_packages=(
     rapidjson-dev
     libcli11-dev
     googletest
+    doxygen
+    doxygen-awesome-css
     python3
 )
 
