@@ -9,8 +9,8 @@ namespace
 {
 
 constexpr const char* Fault = "It is a fault of the module's: report it, with the command that led to it.";
-constexpr const char* OtherFirmware =
-    "Compare the class with docs/machines.md; this firmware may be too old or too new.";
+constexpr const char* OtherFirmware = "Compare what wmihost record writes of the class with the notebook of "
+                                      "Simulator/machines; the firmware may be too old or too new.";
 constexpr const char* OutOfMemory = "End programs that are not needed.";
 constexpr const char* SeeStatus = "wmihost explain HRESULT says what the status means.";
 
