@@ -1,10 +1,10 @@
 #include "Host/CommandLine.h"
 
-#include "Host/Commands/CommandTable.h"
 #include "Host/Failure.h"
 #include "Host/Numbers.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Zv::Host
 {
@@ -73,7 +73,10 @@ std::string FooterOf(const Command& command)
 
 } // namespace
 
-CommandLine::CommandLine() : m_app{Description}, m_commands{MakeCommands()}
+CommandLine::CommandLine(std::vector<std::unique_ptr<Command>> commands, GlobalOptions options)
+    : m_app{Description},
+      m_options{std::move(options)},
+      m_commands{std::move(commands)}
 {
     m_app.name("wmihost");
     m_app.require_subcommand(0, 1);           // UsageError says it better

@@ -17,7 +17,8 @@ namespace Zv::Host
 class CommandLine
 {
 public:
-    CommandLine();
+    // The options hold where the arguments say nothing else.
+    explicit CommandLine(std::vector<std::unique_ptr<Command>> commands, GlobalOptions options = {});
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
     ~CommandLine() = default;

@@ -1,13 +1,11 @@
 // What a subcommand works with.
 #pragma once
 
+#include "Host/Connection.h"
 #include "Host/Console.h"
 #include "Host/Interruption.h"
 #include "Host/LogOutput.h"
-#include "Host/Module.h"
 #include "Host/OutputFormat.h"
-#include "Host/Session.h"
-#include "Host/Simulation.h"
 
 #include "Logging/Sinks.h"
 
@@ -37,12 +35,12 @@ struct GlobalOptions
     }
 };
 
-// The service is loaded and the session started when they are first asked for, so that subcommands that need none
-// work without the module; they end in the opposite order.
 class Environment
 {
 public:
-    Environment(const GlobalOptions& options, Console& console, const Interruption& interruption);
+    // Without a connection it has one of its own.
+    Environment(const GlobalOptions& options, Console& console, const Interruption& interruption,
+                std::shared_ptr<Connection> connection = nullptr);
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
     ~Environment() = default;
@@ -50,28 +48,21 @@ public:
     [[nodiscard]] const GlobalOptions& Options() const noexcept { return m_options; }
     [[nodiscard]] Console& Output() const noexcept { return m_console; }
     [[nodiscard]] const Interruption& GetInterruption() const noexcept { return m_interruption; }
+    [[nodiscard]] const std::shared_ptr<Connection>& GetConnection() const noexcept { return m_connection; }
 
-    [[nodiscard]] Module& LoadedModule(); // throws Failure(ModuleMissing)
-    [[nodiscard]] Session& OpenSession(); // likewise
-
-    // How programs are started for the simulated user. To be set before the module is loaded.
-    void SetUserOptions(Simulator::UserSessionOptions options) { m_userOptions = std::move(options); }
-    // Null when the module works on this machine, or is not loaded yet.
-    [[nodiscard]] Simulation* Simulated() noexcept { return m_simulated; }
-    // To be called before the module starts threads of its own: they need the simulated machine until the process is
-    // gone, which therefore has to end without a return from main.
-    void KeepSimulation() noexcept { static_cast<void>(m_simulation.release()); }
+    // Those of the connection.
+    [[nodiscard]] Module& LoadedModule() { return m_connection->LoadedModule(); }
+    [[nodiscard]] Session& OpenSession() { return m_connection->OpenSession(); }
+    void SetUserOptions(Simulator::UserSessionOptions options) { m_connection->SetUserOptions(std::move(options)); }
+    [[nodiscard]] Simulation* Simulated() noexcept { return m_connection->Simulated(); }
+    void KeepSimulation() noexcept { m_connection->KeepSimulation(); }
 
 private:
     const GlobalOptions& m_options;
     Console& m_console;
     const Interruption& m_interruption;
-    Simulator::UserSessionOptions m_userOptions;
-    std::optional<LogOutput> m_log;
-    std::optional<Module> m_module;
-    std::unique_ptr<Simulation> m_simulation; // null once it is kept
-    Simulation* m_simulated = nullptr;
-    std::optional<Session> m_session;
+    std::optional<LogOutput> m_log; // before the connection, whose end it shows
+    std::shared_ptr<Connection> m_connection;
 };
 
 } // namespace Zv::Host

@@ -1,0 +1,52 @@
+// The way from a subcommand to the machine.
+#pragma once
+
+#include "Host/Module.h"
+#include "Host/Session.h"
+#include "Host/Simulation.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace Zv::Host
+{
+
+// The service is loaded and the session started when they are first asked for, so that subcommands that need none
+// work without the module; they end in the opposite order.
+class Connection
+{
+public:
+    // An empty path: beside the program. An empty file: this machine.
+    Connection(std::string modulePath, std::string simulateFile)
+        : m_modulePath{std::move(modulePath)},
+          m_simulateFile{std::move(simulateFile)}
+    {
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection() = default;
+
+    [[nodiscard]] Module& LoadedModule(); // throws Failure(ModuleMissing)
+    [[nodiscard]] Session& OpenSession(); // likewise
+
+    // How programs are started for the simulated user. To be set before the module is loaded.
+    void SetUserOptions(Simulator::UserSessionOptions options) { m_userOptions = std::move(options); }
+    // Null when the module works on this machine, or is not loaded yet.
+    [[nodiscard]] Simulation* Simulated() noexcept { return m_simulated; }
+    // To be called before the module starts threads of its own: they need the simulated machine until the process is
+    // gone, which therefore has to end without a return from main.
+    void KeepSimulation() noexcept { static_cast<void>(m_simulation.release()); }
+
+private:
+    const std::string m_modulePath;
+    const std::string m_simulateFile;
+    Simulator::UserSessionOptions m_userOptions;
+    std::optional<Module> m_module;
+    std::unique_ptr<Simulation> m_simulation; // null once it is kept
+    Simulation* m_simulated = nullptr;
+    std::optional<Session> m_session;
+};
+
+} // namespace Zv::Host
