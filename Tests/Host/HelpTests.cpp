@@ -2,6 +2,7 @@
 #include "Program.h"
 
 #include "Host/CommandLine.h"
+#include "Host/Commands/CommandTable.h"
 
 #include <gtest/gtest.h>
 
@@ -110,7 +111,9 @@ TEST(HostHelp, HasExamplesThatTheCommandLineTakes)
         {
             if (line.starts_with("  wmihost "))
             {
-                EXPECT_NO_THROW(static_cast<void>(Host::CommandLine{}.Parse(WordsOf(line.substr(2))))) << line;
+                EXPECT_NO_THROW(
+                    static_cast<void>(Host::CommandLine{Host::MakeCommands()}.Parse(WordsOf(line.substr(2)))))
+                    << line;
             }
         }
     }
