@@ -1,10 +1,11 @@
-"""Every relative link of the pages leads somewhere, and every path of this tree that they name exists."""
+"""Every relative link of the pages leads somewhere; every path of this tree and every test that they name exists."""
 import re
 
 from markdown import ROOT, Page, pages, report
 
 LINK = re.compile(r"\[[^]]*\]\(([^)\s]+)\)")
 CODE = re.compile(r"`([^`]+)`")
+TEST = re.compile(r"\w+Tests: ((?:\w+/)?\w+\*?\.[\w*]+|\w+\*)")
 PATH = re.compile(r"(?:(?:Benchmarks|Host|Interception|Logging|Services|Shared|Simulator|Tests|cmake|docs|scripts)/"
                   r"|CMake\w+\.\w+|vcpkg\.json|README\.md)[\w.*/…{},-]*")
 
@@ -29,8 +30,21 @@ def check_path(text):
     return None
 
 
+def tests_of_the_tree():
+    """Suite.Case of each"""
+    declared = re.compile(r"TEST(?:_F|_P)?\((\w+),\s*(\w+)\)")
+    return {".".join(test) for file in (ROOT / "Tests").glob("*/*.cpp") for test in declared.findall(file.read_text())}
+
+
+def check_test(name, known):
+    """* stands for anything, as in GoogleTest's filters; what an instantiation puts before the suite is left out."""
+    pattern = re.compile(name.split("/")[-1].replace(".", "\\.").replace("*", ".*"))
+    return None if any(map(pattern.fullmatch, known)) else "there is no test " + name
+
+
 def main():
-    problems, links, paths = [], 0, 0
+    problems, links, paths, tests = [], 0, 0, 0
+    known = tests_of_the_tree()
     for page in pages():
         for number, line in page.prose:
             found = []
@@ -39,14 +53,17 @@ def main():
                     links += 1
                     found.append(check_link(page, target))
             for code in CODE.findall(line):
+                if test := TEST.fullmatch(code):
+                    tests += 1
+                    found.append(check_test(test[1], known))
                 for word in code.split():
                     if PATH.fullmatch(word):
                         paths += 1
                         found.append(check_path(word))
             problems += [f"{page.name}:{number}: {problem}" for problem in found if problem]
     report(problems)
-    print(f"{links} links and {paths} paths")
-    if links < 30 or paths < 100:
+    print(f"{links} links, {paths} paths and {tests} tests")
+    if links < 30 or paths < 100 or tests < 20:
         raise SystemExit("There must be more: are they looked for in the right way?")
 
 
