@@ -40,18 +40,23 @@ private:
 class Mailbox : public EventTest
 {
 protected:
-    // An event that is emitted on a thread of its own, has been read, and is about to meet the mailbox.
+    // An event that is emitted on a thread of its own and waits for the full mailbox.
     [[nodiscard]] std::unique_ptr<Async> EmitAside(int id, int data)
     {
-        const int before = reads.Count();
+        const int before = waits.Count();
         auto emission = std::make_unique<Async>([this, id, data] { Emit(id, data); });
-        reads.WaitFor(before + 2); // EventID, EventData
+        waits.WaitFor(before + 1);
         return emission;
     }
 
-    void CountReads()
+    void CountWaits()
     {
-        plan.Before("IWbemClassObject::Get", [this](int) { reads.Add(); });
+        using Wait = decltype(SleepConditionVariableSRW);
+        calls->Replace<"SleepConditionVariableSRW", Wait>(
+            [this](CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD limit, ULONG flags) {
+                waits.Add();
+                return calls->Original<"SleepConditionVariableSRW", Wait>()(condition, lock, limit, flags);
+            });
     }
 
     // Counts how often a registration has woken from its wait for the session's two events.
@@ -66,7 +71,7 @@ protected:
             });
     }
 
-    Counter reads;
+    Counter waits; // at the mailbox
 };
 
 TEST_F(Mailbox, ASlowCallbackHoldsBackTheProducerAndLosesNothing)
@@ -77,7 +82,7 @@ TEST_F(Mailbox, ASlowCallbackHoldsBackTheProducerAndLosesNothing)
         entered.Add();
         released.WaitFor(1);
     });
-    CountReads();
+    CountWaits();
     Emit(1, 1);
     entered.WaitFor(1);
 
@@ -101,7 +106,7 @@ TEST_F(Mailbox, WithoutARegistrationTheFirstEventIsKeptAndTheSecondBlocksItsProd
         registration->WaitForEvents(1);
         Stop(*registration);
     }
-    CountReads();
+    CountWaits();
 
     Emit(1, 1);
     const auto second = EmitAside(1, 2);
@@ -190,7 +195,7 @@ TEST_F(Mailbox, AnEventThatWasLostWakesTheProducerBehindIt)
         entered.Add();
         released.WaitFor(1);
     });
-    CountReads();
+    CountWaits();
     Emit(1, 1);
     entered.WaitFor(1);
     const auto second = EmitAside(1, 2);
@@ -214,7 +219,7 @@ TEST_F(Mailbox, TheLastIdTakenAwayLetsEveryEventPassUntilTheRegistrationHasEnded
         entered.Add();
         released.WaitFor(1);
     });
-    CountReads();
+    CountWaits();
     Emit(5, 1);
     entered.WaitFor(1);
 
@@ -290,7 +295,7 @@ TEST_F(Mailbox, AClientThatHasLeftDropsOneEventAndTheOnesBehindItReachTheNextReg
             return RPC_S_OK;
         });
     const auto gone = StartRegistration(AllEvents);
-    CountReads();
+    CountWaits();
     Emit(1, 1);
     asked.WaitFor(1);
     const auto second = EmitAside(1, 2);
@@ -313,7 +318,7 @@ TEST_F(Mailbox, TheEndOfTheSessionLetsBlockedProducersGo)
         registration->WaitForEvents(1);
         Stop(*registration);
     }
-    CountReads();
+    CountWaits();
     Emit(1, 1);
     const auto second = EmitAside(1, 2);
     const auto third = EmitAside(1, 3);
