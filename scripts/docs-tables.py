@@ -23,6 +23,11 @@ def words(text):
     return re.sub(r"(--|[\\|<>*_])", r"\\\1", text)
 
 
+def writers(source):
+    """A record's constructor goes by the name of the record alone."""
+    return ", ".join(code(re.sub(r"^(.*)\.\1$", r"\1", name)) for name in source.split(", "))
+
+
 def table(facts, heads, cells):
     lines = [heads, ["---"] * len(heads), *map(cells, facts)]
     return "".join("| " + " | ".join(line) + " |\n" for line in lines)
@@ -43,10 +48,8 @@ def tables(facts):
         "codes": table(codes, *named),
         "statuses": table(statuses, *named),
         "command lines": table([line for line in lines if line["source"]],
-                                  ["level", "text", "written by", "when"],
-                                  lambda fact: [fact["level"], code(fact["text"]),
-                                                ", ".join(code(name) for name in fact["source"].split(", ")),
-                                                words(fact["causes"])]),
+                                  ["level", "text", "when", "written by"],
+                                  lambda fact: [*written[1](fact), writers(fact["source"])]),
         "plain lines": table([line for line in lines if not line["source"]], *written),
         "codes to do": table(failures, *to_do),
         "statuses to do": table(statuses, ["code", "meaning", "what to do"],
