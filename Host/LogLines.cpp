@@ -47,7 +47,7 @@ constexpr std::array Table = {
                 "WriteBiosWmiCommandReturnsJson.WriteBiosWmiCommandReturnsJson",
                 "Windows could not convert the firmware's answer to base64.", OutOfMemory},
     LogLineInfo{"error", "Unsupported Function call {number}", "WMIService.ExecuteCommand",
-                "The function number names no command.", "Use 2, 4, 8, 16, 32, 64, 128 or 256."},
+                "The function number names no command.", "wmihost run --help lists the functions."},
     LogLineInfo{"error", "cannot allocate memory for *outString", "WMIService.ExecuteCommand",
                 "There was no memory for the response.", OutOfMemory},
 
