@@ -94,7 +94,7 @@ Property ClassReader::ReadProperty(const JsonMember& member)
 {
     Property property;
     property.name = ToWide(member.key);
-    if (member.value.kind == JsonNode::Kind::String)
+    if (member.value.kind != JsonNode::Kind::Object)
     {
         ReadType(member.value, property);
         return property;
@@ -167,7 +167,15 @@ void ClassReader::ReadMethods(const Pending& pending)
     {
         for (const JsonMember* member : ReadMap(*node, "an object with one member per short name"))
         {
-            shorthand.emplace_back(member->key, ReadNonEmptyText(member->value, "a dotted property name"));
+            std::wstring path = ReadNonEmptyText(member->value, "a dotted property name");
+            if (std::ranges::none_of(definition.methods, [parameter = SplitPath(path).front()](const Method& method) {
+                    return (method.in != nullptr && method.in->FindProperty(parameter)) ||
+                           (method.out != nullptr && method.out->FindProperty(parameter));
+                }))
+            {
+                Expected(member->value, "a parameter of a method, or a property in one");
+            }
+            shorthand.emplace_back(member->key, std::move(path));
         }
     }
     ReadRules(pending, shorthand);
@@ -286,6 +294,11 @@ void ClassReader::ReadRule(const JsonNode& node, Class& definition, const Shorth
         {
             methods.push_back(&method);
         }
+    }
+
+    if (methods.empty())
+    {
+        Expected(node, "a rule for a method of class \"" + ToUtf8(definition.name) + "\"");
     }
 
     for (Method* method : methods)

@@ -46,8 +46,8 @@ private:
     void ReadOut(const JsonMember& member, const Method& method, const Shorthand& shorthand, Object& out,
                  Answer& answer);
     std::vector<ObjectPtr> ReadInstances(const Pending& pending);
-    const Property& FindParameter(const JsonMember& member, const ClassPtr& parameters, const PropertyPath& path,
-                                  Object* fill);
+    const Property& FindParameter(Position where, const std::string& written, const ClassPtr& parameters,
+                                  const PropertyPath& path, Object* fill);
 
     [[nodiscard]] ClassPtr Find(std::wstring_view name) const;
     [[nodiscard]] ClassFinder Finder() const;

@@ -156,7 +156,13 @@ Description ReadDescription(std::string_view json)
     {
         for (const JsonNode& package : ReadList(*packages, "a list of packages"))
         {
-            description.packages.push_back(ReadPackage(package));
+            Package next = ReadPackage(package);
+            if (std::ranges::any_of(description.packages,
+                                    [&](const Package& other) { return EqualNoCase(other.family, next.family); }))
+            {
+                Expected(package, "a package whose family no other package has");
+            }
+            description.packages.push_back(std::move(next));
         }
     }
     return description;

@@ -1,5 +1,6 @@
 #include "Simulator/EnvironmentReader.h"
 
+#include "Simulator/NearestName.h"
 #include "Simulator/NodeReader.h"
 #include "Simulator/ObjectPath.h"
 #include "Simulator/ValueReader.h"
@@ -64,6 +65,13 @@ Setting ReadSetting(const JsonNode& node)
         for (const JsonNode& value : ReadList(*allowed, "a list of allowed values"))
         {
             setting.allowed.push_back(ReadText(value, "an allowed value"));
+        }
+        for (const JsonNode* value : {members.Find("value"), initial})
+        {
+            if (value != nullptr && std::ranges::find(setting.allowed, ToWide(value->text)) == setting.allowed.end())
+            {
+                Expected(*value, "one of the values in \"allowed\"");
+            }
         }
     }
     if (const JsonNode* readOnly = members.Find("readOnly"))
@@ -214,21 +222,21 @@ Events ReadEvents(const JsonNode& node, const Description& description)
     {
         Expected(className, "a class with \"event\": true");
     }
-    if (const JsonNode* id = members.Find("id"))
-    {
-        events.idName = ReadText(*id, "the property that holds an event's id");
-    }
-    if (const JsonNode* data = members.Find("data"))
-    {
-        events.dataName = ReadText(*data, "the property that holds an event's data");
-    }
-    for (const std::wstring& name : {events.idName, events.dataName})
-    {
+    const auto readProperty = [&](std::string_view key, std::wstring& name) {
+        const JsonNode* const written = members.Find(key);
+        if (written != nullptr)
+        {
+            name = ReadText(*written, "a property of the event class");
+        }
         if (!events.definition->FindProperty(name))
         {
-            Expected(className, "a class with the property \"" + ToUtf8(name) + "\"");
+            Expected(written != nullptr ? *written : className,
+                     written != nullptr ? "a property of the event class"
+                                        : "a class with the property \"" + ToUtf8(name) + "\"");
         }
-    }
+    };
+    readProperty("id", events.idName);
+    readProperty("data", events.dataName);
     events.deliveryThreads =
         static_cast<unsigned>(OptionalInteger(members, "threads", "a number of delivery threads", 4, 1, 64));
     if (const JsonNode* schedule = members.Find("schedule"))
@@ -250,12 +258,8 @@ Fault ReadFault(const JsonNode& node)
     const std::optional<Site> site = SiteByName(at.text);
     if (at.kind != JsonNode::Kind::String || !site)
     {
-        std::string sites;
-        for (std::size_t i = 0; i < SiteCount; ++i)
-        {
-            sites += (i == 0 ? "" : ", ") + std::string{SiteName(static_cast<Site>(i))};
-        }
-        Expected(at, "a call (" + sites + ")");
+        Expected(at, "a call such as \"" + std::string{NearestName(at.text, SiteNames())} +
+                         "\" (the schema of machine descriptions lists them)");
     }
     fault.site = *site;
     fault.about = OptionalText(members, "about", "what the call is about");
@@ -297,7 +301,13 @@ Session ReadSession(const JsonNode& node)
     {
         for (const JsonMember* member : ReadMap(*environment, "an object with environment variables"))
         {
-            session.environment.emplace_back(ToWide(member->key), ReadText(member->value, "the variable's value"));
+            std::wstring name = ToWide(member->key);
+            if (std::ranges::any_of(session.environment, [&](const auto& v) { return EqualNoCase(v.first, name); }))
+            {
+                throw DescriptionError{member->where,
+                                       "expected each variable once, found \"" + member->key + "\" again"};
+            }
+            session.environment.emplace_back(std::move(name), ReadText(member->value, "the variable's value"));
         }
     }
     if (const JsonNode* sessionApi = members.Find("sessionApi"))

@@ -4,7 +4,9 @@
 #include <rapidjson/reader.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
+#include <iterator>
 
 namespace Zv::Simulator
 {
@@ -207,6 +209,32 @@ private:
     std::vector<JsonNode*> m_open;
 };
 
+// As short as it goes, but no whole number.
+std::string RealText(double value)
+{
+    char text[32];
+    const std::to_chars_result end = std::to_chars(std::begin(text), std::end(text), value);
+    const std::string_view written{text, end.ptr};
+    return std::string{written} + (written.find_first_of(".e") == std::string_view::npos ? ".0" : "");
+}
+
+// What probably was meant, for mistakes that people make.
+std::string Hint(std::string_view text, std::size_t offset)
+{
+    switch (offset < text.size() ? text[offset] : '\0')
+    {
+    case '/':
+        return " JSON has no comments: write a member \"note\".";
+    case '\'':
+        return " Texts stand in double quotes.";
+    case '}':
+    case ']':
+        return " Is the comma before it one too many?";
+    default:
+        return {};
+    }
+}
+
 } // namespace
 
 std::string JsonNode::Describe() const
@@ -222,7 +250,7 @@ std::string JsonNode::Describe() const
     case Kind::Unsigned:
         return "the number " + std::to_string(unsignedInteger);
     case Kind::Real:
-        return "the number " + std::to_string(real);
+        return "the number " + RealText(real);
     case Kind::String:
         return "\"" + text + "\"";
     case Kind::Array:
@@ -239,6 +267,10 @@ JsonNode ParseJson(std::string_view text)
     {
         text.remove_prefix(ByteOrderMark.size());
     }
+    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
+    {
+        throw DescriptionError{{}, "malformed JSON: expected UTF-8, found UTF-16"};
+    }
     Stream stream{text};
     TreeBuilder builder{text, stream};
     rapidjson::Reader reader;
@@ -247,7 +279,8 @@ JsonNode ParseJson(std::string_view text)
     if (result.IsError())
     {
         throw DescriptionError{PositionCounter{text}.At(result.Offset()),
-                               std::string{"malformed JSON: "} + rapidjson::GetParseError_En(result.Code())};
+                               std::string{"malformed JSON: "} + rapidjson::GetParseError_En(result.Code()) +
+                                   Hint(text, result.Offset())};
     }
     if (stream.Tell() != text.size())
     {

@@ -102,7 +102,7 @@ std::wstring ReadText(const JsonNode& node, const std::string& what)
 {
     if (node.kind != JsonNode::Kind::String)
     {
-        Expected(node, what);
+        Expected(node, what + " as a text");
     }
     return ToWide(node.text);
 }
@@ -138,7 +138,10 @@ std::int64_t ReadInteger(const JsonNode& node, const std::string& what, std::int
 
 HRESULT ReadStatus(const JsonNode& node)
 {
-    constexpr const char* what = "a status such as \"WBEM_E_FAILED\" or \"0x80041001\"";
+    const bool isName = node.kind == JsonNode::Kind::String && !node.text.starts_with("0x");
+    const std::string what = "a status such as \"" +
+                             std::string{isName ? NearestStatusName(node.text) : "WBEM_E_FAILED"} +
+                             "\" or \"0x80041001\"";
     if (node.kind == JsonNode::Kind::Integer)
     {
         return static_cast<HRESULT>(ReadInteger(node, what, INT32_MIN, UINT32_MAX));
@@ -171,7 +174,7 @@ HRESULT ReadStatus(const JsonNode& node)
 
 std::vector<std::uint8_t> ReadHexadecimal(const JsonNode& node)
 {
-    const std::string what = "bytes as pairs of hexadecimal digits";
+    const std::string what = "bytes as pairs of hexadecimal digits, such as \"53 45\"";
     if (node.kind != JsonNode::Kind::String)
     {
         Expected(node, what);

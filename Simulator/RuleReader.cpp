@@ -28,7 +28,7 @@ PropertyPath Expand(const std::string& key, const std::vector<std::pair<std::str
 } // namespace
 
 // The property that a dotted name leads to. With `fill`, embedded objects that are still NULL on the way are made.
-const Property& ClassReader::FindParameter(const JsonMember& member, const ClassPtr& parameters,
+const Property& ClassReader::FindParameter(Position where, const std::string& written, const ClassPtr& parameters,
                                            const PropertyPath& path, Object* fill)
 {
     ClassPtr at = parameters;
@@ -38,7 +38,7 @@ const Property& ClassReader::FindParameter(const JsonMember& member, const Class
         const std::optional<std::size_t> index = at == nullptr ? std::nullopt : at->FindProperty(name);
         if (!index)
         {
-            throw DescriptionError{member.where, "expected a parameter of the method, found \"" + member.key + "\""};
+            throw DescriptionError{where, "expected a parameter of the method, found \"" + written + "\""};
         }
         const Property& property = at->properties[*index];
         soFar.push_back(name);
@@ -52,14 +52,14 @@ const Property& ClassReader::FindParameter(const JsonMember& member, const Class
             static_cast<void>(SetValue(*fill, soFar, ObjectPtr{MakeInstance(at)}));
         }
     }
-    throw DescriptionError{member.where, "expected a dotted property name"};
+    throw DescriptionError{where, "expected a dotted property name, found \"" + written + "\""};
 }
 
 Condition ClassReader::ReadCondition(const JsonMember& member, const Method& method, const Shorthand& shorthand)
 {
     Condition condition;
     condition.path = Expand(member.key, shorthand);
-    Property property = FindParameter(member, method.in, condition.path, nullptr);
+    Property property = FindParameter(member.where, member.key, method.in, condition.path, nullptr);
     property.size.reset(); // input is compared as it is given
     const JsonNode& node = member.value;
     if (node.kind == JsonNode::Kind::Object && property.type == (CIM_UINT8 | CIM_FLAG_ARRAY))
@@ -122,16 +122,16 @@ void ClassReader::ReadOut(const JsonMember& member, const Method& method, const 
                           Answer& answer)
 {
     const PropertyPath path = Expand(member.key, shorthand);
-    const Property& property = FindParameter(member, method.out, path, &out);
+    const Property& property = FindParameter(member.where, member.key, method.out, path, &out);
     const JsonNode& node = member.value;
     if (node.kind == JsonNode::Kind::Object && node.members.size() == 1 && node.members.front().key == "echo")
     {
-        const JsonMember& echo = node.members.front();
-        const std::wstring from = ReadNonEmptyText(echo.value, "a dotted in-parameter");
+        const JsonNode& echo = node.members.front().value;
+        const std::wstring from = ReadNonEmptyText(echo, "a dotted in-parameter");
         const PropertyPath source = Expand(ToUtf8(from), shorthand);
-        if (FindParameter(echo, method.in, source, nullptr).type != property.type)
+        if (FindParameter(echo.where, echo.text, method.in, source, nullptr).type != property.type)
         {
-            Expected(echo.value, "an in-parameter of the same type");
+            Expected(echo, "an in-parameter of the same type");
         }
         answer.echoes.push_back({source, path});
         return;
@@ -150,6 +150,10 @@ std::vector<ObjectPtr> ClassReader::ReadInstances(const Pending& pending)
     }
     for (const JsonNode& node : ReadList(*list, "a list of instances"))
     {
+        if (pending.definition->event)
+        {
+            Expected(node, "no instances of an event class, which are never enumerated");
+        }
         auto instance = MakeInstance(pending.definition);
         ReadValues(node, *instance, Finder());
         for (std::size_t i = 0; i < instance->values.size(); ++i)

@@ -59,6 +59,11 @@ static_assert(!Names.back().empty());
 
 } // namespace
 
+std::span<const std::string_view> SiteNames() noexcept
+{
+    return Names;
+}
+
 std::string_view SiteName(Site site) noexcept
 {
     return Names[static_cast<std::size_t>(site)];

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -61,6 +62,7 @@ inline constexpr std::size_t SiteCount = static_cast<std::size_t>(Site::Count);
 
 // "IWbemServices::ExecQuery", "CoCreateInstance(WbemLocator)".
 [[nodiscard]] std::string_view SiteName(Site site) noexcept;
+[[nodiscard]] std::span<const std::string_view> SiteNames() noexcept;
 [[nodiscard]] std::optional<Site> SiteByName(std::string_view name) noexcept;
 
 } // namespace Zv::Simulator

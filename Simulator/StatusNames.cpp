@@ -1,7 +1,12 @@
 #include "Simulator/StatusNames.h"
 
+#include "Simulator/NearestName.h"
+
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 
 namespace Zv::Simulator
 {
@@ -71,6 +76,13 @@ constexpr Name Names[] = {
 };
 
 } // namespace
+
+std::string_view NearestStatusName(std::string_view text)
+{
+    std::array<std::string_view, std::size(Names)> names;
+    std::ranges::transform(Names, names.begin(), &Name::name);
+    return NearestName(text, names);
+}
 
 std::optional<HRESULT> StatusByName(std::string_view name) noexcept
 {

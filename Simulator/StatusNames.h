@@ -25,6 +25,8 @@ template <class... Flag>
     return (LONG{0} | ... | static_cast<LONG>(flags));
 }
 
+// The known name that is most like this text.
+[[nodiscard]] std::string_view NearestStatusName(std::string_view text);
 [[nodiscard]] std::optional<HRESULT> StatusByName(std::string_view name) noexcept;
 // The name, or "0x8004xxxx" for a status that has none here.
 [[nodiscard]] std::string StatusName(HRESULT status);

@@ -14,7 +14,11 @@ constexpr std::int64_t MaximumArrayLength = std::int64_t{16} * 1024 * 1024;
 [[noreturn]] void ExpectedType(const JsonNode& node, const Property& property)
 {
     std::string what = "a value of type " + std::string{DescribeCimType(property.type).name};
-    if (IsIntegerType(property.type))
+    if (property.ElementType() == CIM_CHAR16)
+    {
+        what += " (a text of one character, or a whole number from 0 to 65535)";
+    }
+    else if (IsIntegerType(property.type))
     {
         const IntegerRange range = RangeOf(property.type);
         what += " (a whole number from " + std::to_string(range.minimum) + " to " +
@@ -126,8 +130,13 @@ Value ReadBytes(const JsonNode& node, const Property& property)
     if (node.kind == JsonNode::Kind::String)
     {
         Bytes bytes = ReadHexadecimal(node);
-        if (property.size && bytes.size() < *property.size)
+        if (property.size)
         {
+            if (bytes.size() > *property.size)
+            {
+                Expected(node, "at most " + std::to_string(*property.size) + " bytes for \"" + ToUtf8(property.name) +
+                                   "\", or \"bytes\" and \"length\"");
+            }
             bytes.resize(*property.size);
         }
         return bytes;

@@ -54,6 +54,14 @@ TEST(DescriptionTests, MalformedJsonIsReportedWhereItIs)
                          "malformed JSON: expected the end of the text"});
     Check(BadDescription{"Literal", "{\"version\": n$il}", "malformed JSON: Invalid value."});
     Check(BadDescription{"InvalidUtf8", "{\"version\": \"$\xff\"}", "malformed JSON: Invalid encoding in string."});
+    Check(BadDescription{"Comment", "{\"version\": 1, $// first\n}",
+                         "malformed JSON: Missing a name for object member. JSON has no comments: write a member "
+                         "\"note\"."});
+    Check(BadDescription{"SingleQuotes", "{$'version': 1}",
+                         "malformed JSON: Missing a name for object member. Texts stand in double quotes."});
+    Check(BadDescription{"TrailingComma", "{\"version\": 1,\n$}",
+                         "malformed JSON: Missing a name for object member. Is the comma before it one too many?"});
+    Check(BadDescription{"Utf16", std::string{"$\xff\xfe{\0", 5}, "malformed JSON: expected UTF-8, found UTF-16"});
     Check(BadDescription{"Depth", std::string(100, '[') + "$[", "expected at most 100 levels of nesting"});
     Check(BadDescription{"RepeatedKey", "{\"version\": 1, \"name\": \"a\",\n\t$\"name\": \"b\"}",
                          "expected each key once, found \"name\" again"});
@@ -74,6 +82,7 @@ TEST(DescriptionTests, EveryMistakeOfMeaningIsReportedWhereItIs)
                "\"C\"},\n  " +
                second + "]}]}";
     };
+    Check(BadDescription{"VersionAsReal", "{\"version\": $1.0}", "expected version 1, found the number 1.0"});
     Check(BadDescription{"RepeatedClass", twoClasses("{\"name\": $\"c\"}"),
                          "expected a class name that this namespace does not have yet, found \"c\""});
     Check(BadDescription{
@@ -112,7 +121,7 @@ TEST(DescriptionTests, EveryMistakeOfMeaningIsReportedWhereItIs)
                          "expected a value of type boolean for \"A\", found the number 0"});
     Check(BadDescription{"OddHexadecimal",
                          InClass("\"properties\": {\"A\": \"uint8[]\"}, \"instances\": [{\"A\": $\"53 4\"}]"),
-                         "expected bytes as pairs of hexadecimal digits, found \"53 4\""});
+                         "expected bytes as pairs of hexadecimal digits, such as \"53 45\", found \"53 4\""});
     Check(
         BadDescription{"MissingKeyValue",
                        InClass("\"properties\": {\"A\": {\"type\": \"string\", \"key\": true}}, \"instances\": [${}]"),
@@ -149,6 +158,49 @@ TEST(DescriptionTests, EveryMistakeOfMeaningIsReportedWhereItIs)
         "expected either \"call\" or \"from\""});
     Check(BadDescription{"EventsElsewhere", InRoot("\"events\": {\"namespace\": $\"root/none\", \"class\": \"C\"}"),
                          "expected a namespace of this machine, found \"root/none\""});
+    Check(BadDescription{"EventsOtherId",
+                         "{\"version\": 1, \"name\": \"m\", \"namespaces\": [{\"path\": \"root\", \"classes\": "
+                         "[{\"name\": \"E\", \"event\": true}]}],\n\"events\": {\"namespace\": \"root\", \"class\": "
+                         "\"E\", \"id\": $\"EvntID\"}}",
+                         "expected a property of the event class, found \"EvntID\""});
+    Check(BadDescription{"EventInstances", InClass("\"event\": true, \"instances\": [${}]"),
+                         "expected no instances of an event class"});
+    Check(BadDescription{"RuleForNoMethod", InClass("\"rules\": [${\"answer\": {}}]"),
+                         "expected a rule for a method of class \"C\", found an object"});
+    Check(BadDescription{"RuleForEmptyList",
+                         InClass("\"methods\": {\"M\": {}}, \"rules\": [${\"methods\": [], \"answer\": {}}]"),
+                         "expected a rule for a method of class \"C\", found an object"});
+    Check(BadDescription{"ShorthandForNothing",
+                         InClass("\"methods\": {\"M\": {}}, \"shorthand\": {\"x\": $\"InData.Sign\"}"),
+                         "expected a parameter of a method, or a property in one, found \"InData.Sign\""});
+    Check(BadDescription{"EchoOfNothing",
+                         InClass("\"methods\": {\"M\": {\"in\": {\"A\": \"string\"}, \"out\": {\"B\": \"string\"}}}, "
+                                 "\"otherwise\": {\"out\": {\"B\": {\"echo\": $\"C\"}}}"),
+                         "expected a parameter of the method, found \"C\""});
+    Check(BadDescription{"TooManyBytes",
+                         InClass("\"properties\": {\"A\": {\"type\": \"uint8[]\", \"size\": 2}}, \"instances\": "
+                                 "[{\"A\": $\"01 02 03\"}]"),
+                         "expected at most 2 bytes for \"A\", or \"bytes\" and \"length\""});
+    Check(BadDescription{"StatusMistyped",
+                         InClass("\"methods\": {\"M\": {}}, \"otherwise\": {\"status\": $\"WBEM_E_ACESS_DENIED\"}"),
+                         "expected a status such as \"WBEM_E_ACCESS_DENIED\" or \"0x80041001\", found "});
+    Check(BadDescription{"CallWithoutInterface", InRoot("\"faults\": [{\"at\": $\"ConnectServer\", \"hang\": true}]"),
+                         "expected a call such as \"IWbemLocator::ConnectServer\""});
+    Check(BadDescription{"ValueNotAllowed",
+                         InRoot("\"settings\": {\"items\": [{\"name\": \"a\", \"value\": $\"On\", \"allowed\": "
+                                "[\"Enable\"]}]}"),
+                         "expected one of the values in \"allowed\", found \"On\""});
+    Check(BadDescription{"DefaultNotAllowed",
+                         InRoot("\"settings\": {\"items\": [{\"name\": \"a\", \"value\": \"On\", \"default\": $\"Of\", "
+                                "\"allowed\": [\"On\", \"Off\"]}]}"),
+                         "expected one of the values in \"allowed\", found \"Of\""});
+    Check(BadDescription{"RepeatedVariable",
+                         InRoot("\"session\": {\"signedIn\": true, \"environment\": {\"A\": \"\", $\"a\": \"\"}}"),
+                         "expected each variable once, found \"a\" again"});
+    Check(BadDescription{"RepeatedFamily",
+                         InRoot("\"packages\": [{\"family\": \"f\", \"fullNames\": []}, ${\"family\": \"F\", "
+                                "\"fullNames\": []}]"),
+                         "expected a package whose family no other package has"});
     Check(BadDescription{"RepeatedSetting",
                          InRoot("\"settings\": {\"items\": [{\"name\": \"a\", \"value\": \"\"}, ${\"name\": \"A\", "
                                 "\"value\": \"\"}]}"),
