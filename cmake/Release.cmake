@@ -10,5 +10,12 @@ configure_file(cmake/Components.json.in ${PROJECT_BINARY_DIR}/Components.json @O
 set(release_command ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/cmake/release.py
   --cmake ${CMAKE_COMMAND} --source ${PROJECT_SOURCE_DIR} --build ${PROJECT_BINARY_DIR} --config $<CONFIG>
   --compiler ${CMAKE_CXX_COMPILER_ID} --emulator=${CMAKE_CROSSCOMPILING_EMULATOR})
-add_custom_target(release COMMAND ${release_command} --output ${PROJECT_BINARY_DIR}/release VERBATIM)
+set(with_site "")
+if(TARGET docs)
+  set(with_site --site ${PROJECT_SOURCE_DIR}/build/site)
+endif()
+add_custom_target(release COMMAND ${release_command} ${with_site} --output ${PROJECT_BINARY_DIR}/release VERBATIM)
 add_dependencies(release WMIService Logging wmihost)
+if(with_site)
+  add_dependencies(release docs)
+endif()

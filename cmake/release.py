@@ -18,7 +18,10 @@ CHECKSUMS = "SHA256SUMS"
 
 
 def output_of(*command, **options):
-    return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout.strip()
+    done = subprocess.run(command, check=False, capture_output=True, text=True, **options)
+    if done.returncode != 0:
+        raise OSError(f"{' '.join(map(str, command))} failed:\n{done.stderr}")
+    return done.stdout.strip()
 
 
 def time_and_origin(source):
@@ -29,7 +32,7 @@ def time_and_origin(source):
         commit, commit_time = output_of("git", "log", "-1", "--format=%H %ct", cwd=source).split()
         changed = output_of("git", "status", "--porcelain", "--untracked-files=no", cwd=source)
         origin = f"commit {commit}" + (" with changes" if changed else "")
-    except (OSError, subprocess.CalledProcessError):
+    except OSError:
         pass
     epoch = os.environ.get("SOURCE_DATE_EPOCH", commit_time)
     if epoch is None:
@@ -58,7 +61,7 @@ def debian_package(name):
     """The version of a Debian package and its package URL; nothing on other systems."""
     try:
         fields = output_of("dpkg-query", "-W", "-f", "${Version} ${Architecture}", name)
-    except (OSError, subprocess.CalledProcessError):
+    except OSError:
         return None
     version, architecture = fields.split()
     url = f"pkg:deb/debian/{urllib.parse.quote(name)}@{urllib.parse.quote(version)}?arch={architecture}"
@@ -178,6 +181,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     for name in ("source", "build", "output"):
         parser.add_argument(f"--{name}", type=Path, required=True)
+    parser.add_argument("--site", type=Path, help="the built site of the documentation")
     for name in ("cmake", "config", "compiler", "emulator"):
         parser.add_argument(f"--{name}", required=True)
     arguments = parser.parse_args()
@@ -187,6 +191,9 @@ def main():
     stage = arguments.output / f"{project['name']}-{project['version']}-x64"
     shutil.rmtree(arguments.output, ignore_errors=True)
     output_of(arguments.cmake, "--install", arguments.build, "--config", arguments.config, "--prefix", stage)
+
+    if arguments.site:
+        shutil.copytree(arguments.site, stage / "share/doc" / project["name"] / "site")
 
     files = files_in(stage)
     sbom = stage / f"{stage.name}.spdx.json"
