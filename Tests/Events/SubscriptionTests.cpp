@@ -134,6 +134,7 @@ TEST_F(Subscription, EachStepThatFailsIsLoggedAndEverythingBeforeItIsGivenBackIn
         plan.Clear();
         transcript.Clear();
         Fail(step.site, Fault::Nth(step.call, step.hr));
+        const std::size_t blocks = ledgers.heap.Count();
 
         const Reply reply = Register(Filter(5));
 
@@ -148,6 +149,7 @@ TEST_F(Subscription, EachStepThatFailsIsLoggedAndEverythingBeforeItIsGivenBackIn
         EXPECT_EQ(wmi->Outstanding(), 0);
         EXPECT_EQ(ledgers.comJoins, 0);
         EXPECT_EQ(ledgers.handles.Count(), 0u);
+        EXPECT_EQ(ledgers.heap.Count(), blocks) << "not the sink either, though its session goes on";
     }
     plan.Clear();
     EXPECT_EQ(Narrow(Register(Filter(5)).text), "{\"result\":0}");
