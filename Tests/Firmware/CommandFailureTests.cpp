@@ -203,4 +203,15 @@ TEST_F(CommandFailure, OfMemoryForATextIsAGeneralFailure)
     }
 }
 
+TEST_F(CommandFailure, OfThePathIsLoggedWhenTheInstanceHasBeenReleased)
+{
+    Fail(Get, Fault::Nth(1, E_FAIL));
+
+    RunBoth();
+
+    const std::vector<std::wstring> order = transcript.Of({L"instance of zvqBIntM::Release", L"Warning"});
+    ASSERT_EQ(order.size(), 2u);
+    EXPECT_EQ(order.front(), L"instance of zvqBIntM::Release() = 0");
+}
+
 } // namespace

@@ -115,6 +115,15 @@ protected:
             EXPECT_EQ(reply.code, 0);
             --listening;
         };
+        const auto client = [&] {
+            for (int sessions = 0; sessions < 2; ++sessions)
+            {
+                const Session own{service, L"another"};
+                command(own.Get(), FunctionNumber::GetWmiPropertyValue, Product, 0);
+                command(own.Get(), FunctionNumber::GetWmiPropertyValue, L"{}", ResultCode::PropertyMissing);
+                command(own.Get(), FunctionNumber::UnregisterBiosWmiEventNotification, L"{}", 0);
+            }
+        };
         std::vector<std::function<void()>> bodies{
             [&] { listen(one, L"{\"filterEvent\":5}"); },
             [&] { listen(all, L"null"); },
@@ -134,18 +143,8 @@ protected:
                 one.End();
                 all.End();
             },
-            [&] {
-                for (int sessions = 0; sessions < 3; ++sessions)
-                {
-                    const Session own{service, L"another"};
-                    command(own.Get(), FunctionNumber::GetWmiPropertyValue, Product, 0);
-                }
-            },
-            [&] {
-                const Session own{service, L"a bad one"};
-                command(own.Get(), FunctionNumber::GetWmiPropertyValue, L"{}", 0x2000000c);
-                command(own.Get(), FunctionNumber::UnregisterBiosWmiEventNotification, L"{}", 0);
-            },
+            client,
+            client,
         };
         std::size_t users = bodies.size();
         bool unloaded = false;

@@ -45,16 +45,31 @@ TEST(UnloadDeathTest, AfterAnExceptionOnAThreadThatHasEnded)
     ExpectCleanUnload([](const Module& module) { std::thread{RaiseAndCatchInTheModule, std::cref(module)}.join(); });
 }
 
+// Returns when it has raised.
+void RaiseOnAThreadThatGoesOn(const Module& module)
+{
+    const HANDLE raised = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::thread{[&module, raised] {
+        RaiseAndCatchInTheModule(module);
+        SetEvent(raised);
+        Sleep(INFINITE);
+    }}.detach();
+    WaitForSingleObject(raised, INFINITE);
+}
+
 TEST(UnloadDeathTest, AfterAnExceptionOnAThreadThatGoesOn)
 {
+    ExpectCleanUnload(&RaiseOnAThreadThatGoesOn);
+}
+
+TEST(UnloadDeathTest, AfterExceptionsOnThreadsOfWhichTheFirstHasEndedAndTheOthersGoOn)
+{
     ExpectCleanUnload([](const Module& module) {
-        const HANDLE raised = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        std::thread{[&module, raised] {
+        std::thread{[&module] {
             RaiseAndCatchInTheModule(module);
-            SetEvent(raised);
-            Sleep(INFINITE);
-        }}.detach();
-        WaitForSingleObject(raised, INFINITE);
+            RaiseOnAThreadThatGoesOn(module);
+            RaiseOnAThreadThatGoesOn(module);
+        }}.join();
     });
 }
 
