@@ -10,4 +10,5 @@ zv_install_missing_packages
 rm -rf build/site
 mkdir -p build
 doxygen scripts/site/Doxyfile
+python3 -B scripts/site/texts.py README.md docs/*.md >build/site/texts.js
 echo "build/site/index.html"

@@ -65,4 +65,5 @@ def main(file):
     sys.stdout.write("\n".join(markdown(file.name, text) if file.suffix == ".md" else header(text)) + "\n")
 
 
-main(pathlib.Path(sys.argv[1]))
+if __name__ == "__main__":
+    main(pathlib.Path(sys.argv[1]))
