@@ -6,9 +6,26 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
+headers=(
+    Services/ZVService.h
+    Services/ResultCode.h
+    Services/ProgressCallback.h
+    Services/Launcher/Launcher.h
+    Logging/Logging.h
+    Logging/Sinks.h
+    Interception/ImportTable.h
+    Interception/LoadWatch.h
+    Interception/ModuleExports.h
+    Interception/Redirection.h
+    Simulator/AutomationWatch.h
+    Simulator/DescriptionError.h
+    Simulator/DescriptionWriter.h
+    Simulator/Machine.h
+)
+
 zv_install_missing_packages
-rm -rf build/site
-mkdir -p build
+rm -rf build/site build/site-input
+python3 -B scripts/site/filter.py build/site-input README.md docs/*.md scripts/site/search.md "${headers[@]}"
 doxygen scripts/site/Doxyfile
 python3 -B scripts/site/texts.py README.md docs/*.md >build/site/texts.js
 echo "build/site/index.html"

@@ -1,12 +1,14 @@
-"""What Doxygen reads in place of a file: comments that count as documentation, headings and links that it understands.
+"""Writes what Doxygen reads in place of files: comments that count as documentation, headings and links that it
+understands.
 
-usage: filter.py FILE"""
+usage: filter.py FOLDER FILE...      each goes to its place in the folder"""
 import pathlib
 import re
 import sys
 
 
-DECLARATION = re.compile(r"\s+[^/{]*\(.*\)[^{]*;")
+# Of a class, what moves, copies or destroys it; nobody comments on that.
+SPECIAL = re.compile(r"\s+(?:\w+ )?(?:~|\w+& operator=\(|(\w+)\((?:const )?\1&)[^/]*$")
 
 
 def label(page, fragment=""):
@@ -41,29 +43,50 @@ def markdown(page, text):
         yield line
 
 
+def comment_line(line, above):
+    """A row of a list of parameters, name and text in columns, ends the paragraph before it, and so does what follows."""
+    line = line.replace("//", "///", 1)
+    row = re.match(r"(\s*///) {3}(\w+) {2,}(\S.*)", line)
+    if row:
+        return f"{row[1]}\n{row[1]} @param {row[2]} {row[3]}"
+    ends = "@param" in above and not re.match(r"\s*/// {3}", line)
+    return re.sub(r"(\s*///)(.*)", r"\1\n\1\2", line) if ends else line
+
+
 def header(text):
-    """Plain comments are documentation: of the declaration that they stand behind, or of those that follow them without
-    an empty line between."""
+    """Plain comments are documentation: of the declaration that they stand behind, or of all those that follow them
+    without an empty line between."""
     yield "/// @file"
-    group = False
-    lines = text.splitlines()
-    for line, *following in (lines[i : i + 3] for i in range(len(lines))):
-        if group and not DECLARATION.match(line):
-            yield "///@}"
-            group = False
-        if comment := re.match(r"(\s*)//( .*|)$", line):
-            yield f"{comment[1]}///{comment[2]}"
-            if len(following) == 2 and all(map(DECLARATION.match, following)):
-                yield "///@{"
-                group = True
-        else:
-            yield re.sub(r"([;,{}])(\s+)// ", r"\1\2///< ", line)
+    comment = []
+    above = ""  # the line above, if it is of the same paragraph
+    for line in text.splitlines():
+        code = line.split("//")[0].rstrip()
+        if re.match(r"#define \w+_API\b", line):
+            continue  # how a compiler exports
+        if not code and line.strip():
+            first = not above.lstrip().startswith("///")
+            above = comment_line(line, "".join(comment) if not first else "")
+            comment = [above] if first else [*comment, above]
+            yield above
+            continue
+        if re.match(r"\s*([{}#)]|public:|private:|protected:|$)", line):
+            comment = []
+        if SPECIAL.match(line) and not above.lstrip().startswith("///"):
+            yield "/// As usual."
+        elif re.search(r"[;}]( *//.*)?$", above) and code == line.rstrip() and comment:
+            yield "\n".join(["", *comment])
+        yield re.sub(r"([;,{}])(\s+)// ", r"\1\2///< ", line)
+        above = line
 
 
-def main(file):
-    text = file.read_text()
-    sys.stdout.write("\n".join(markdown(file.name, text) if file.suffix == ".md" else header(text)) + "\n")
+def main(folder, files):
+    for file in files:
+        text = file.read_text()
+        place = folder / file
+        place.parent.mkdir(parents=True, exist_ok=True)
+        lines = markdown(file.name, text) if file.suffix == ".md" else header(text)
+        place.write_text("\n".join(lines) + "\n")
 
 
 if __name__ == "__main__":
-    main(pathlib.Path(sys.argv[1]))
+    main(pathlib.Path(sys.argv[1]), list(map(pathlib.Path, sys.argv[2:])))
