@@ -123,6 +123,7 @@ void CommandLine::DeclareOptions()
         ->type_name("PATH");
     m_app.add_option("--simulate", m_options.simulateFile, "Work on the simulated machine that this file describes")
         ->type_name("FILE");
+    m_app.add_flag("--time", m_options.time, "Show what each leg of the command took, on standard error");
     AddSeconds(m_app, "--timeout", m_options.timeout,
                "Give up after so long, whatever is under way (the module itself waits without limit)");
 }

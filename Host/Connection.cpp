@@ -10,12 +10,21 @@
 namespace Zv::Host
 {
 
+Connection::~Connection()
+{
+    if (m_module)
+    {
+        m_ending.emplace(*m_times, "ending");
+    }
+}
+
 Module& Connection::LoadedModule()
 {
     if (m_module)
     {
         return *m_module;
     }
+    const LegTimes::Leg loading{*m_times, "loading the module"};
     const std::filesystem::path path =
         m_modulePath.empty() ? Module::DefaultPath() : std::filesystem::path{ToUtf16(m_modulePath)};
     if (m_simulateFile.empty())
@@ -39,7 +48,9 @@ Session& Connection::OpenSession()
 {
     if (!m_session)
     {
-        m_session.emplace(LoadedModule().Service());
+        Module& module = LoadedModule();
+        const LegTimes::Leg starting{*m_times, "starting the session"};
+        m_session.emplace(module.Service(), *m_times);
     }
     return *m_session;
 }

@@ -1,6 +1,7 @@
 // The way from a subcommand to the machine.
 #pragma once
 
+#include "Host/LegTimes.h"
 #include "Host/Module.h"
 #include "Host/Session.h"
 #include "Host/Simulation.h"
@@ -18,15 +19,18 @@ namespace Zv::Host
 class Connection
 {
 public:
-    // An empty path: beside the program. An empty file: this machine.
-    Connection(std::string modulePath, std::string simulateFile)
+    // An empty path: beside the program. An empty file: this machine. The times get what its legs took, its end among
+    // them.
+    Connection(std::string modulePath, std::string simulateFile,
+               std::shared_ptr<LegTimes> times = std::make_shared<LegTimes>())
         : m_modulePath{std::move(modulePath)},
-          m_simulateFile{std::move(simulateFile)}
+          m_simulateFile{std::move(simulateFile)},
+          m_times{std::move(times)}
     {
     }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
-    ~Connection() = default;
+    ~Connection();
 
     [[nodiscard]] Module& LoadedModule(); // throws Failure(ModuleMissing)
     [[nodiscard]] Session& OpenSession(); // likewise
@@ -39,9 +43,13 @@ public:
     // gone, which therefore has to end without a return from main.
     void KeepSimulation() noexcept { static_cast<void>(m_simulation.release()); }
 
+    [[nodiscard]] const std::shared_ptr<LegTimes>& Times() const noexcept { return m_times; }
+
 private:
     const std::string m_modulePath;
     const std::string m_simulateFile;
+    const std::shared_ptr<LegTimes> m_times;
+    std::optional<LegTimes::Leg> m_ending; // before what ends after it began
     Simulator::UserSessionOptions m_userOptions;
     std::optional<Module> m_module;
     std::unique_ptr<Simulation> m_simulation; // null once it is kept

@@ -1,9 +1,9 @@
 // Standard output and standard error.
 #pragma once
 
+#include "Host/OutputStream.h"
+#include "Host/StatusLine.h"
 #include "Host/Style.h"
-
-#include <windows.h>
 
 #include <mutex>
 #include <optional>
@@ -13,8 +13,7 @@
 namespace Zv::Host
 {
 
-// Takes UTF-8. A console shows it as text whatever its code page, a pipe or file receives the bytes as they are.
-// May be used by several threads; lines stay whole.
+// Takes UTF-8. May be used by several threads; lines stay whole.
 class Console
 {
 public:
@@ -26,6 +25,7 @@ public:
     // There are no colours before this. To be called before other threads write.
     void UseColor(ColorChoice choice);
     [[nodiscard]] bool OutputHasColors() const noexcept { return m_output.HasColors(); }
+    [[nodiscard]] bool ErrorHasColors() const noexcept { return m_error.HasColors(); }
     // The text in that style where the stream has colours.
     [[nodiscard]] std::string OnOutput(Style style, std::string_view text) const { return m_output.In(style, text); }
     [[nodiscard]] std::string OnError(Style style, std::string_view text) const { return m_error.In(style, text); }
@@ -45,36 +45,18 @@ public:
     void WriteErrorLine(std::string_view text, Style style = Style::Plain) noexcept;
     void Prompt(std::string_view text) noexcept; // stays in its line
 
+    // A line of standard error, where that is a terminal, that is gone before anything else is written; an empty text
+    // removes it.
+    void ShowStatus(std::string_view text) noexcept;
+    [[nodiscard]] bool ErrorIsTerminal() const noexcept { return m_error.IsTerminal(); }
+
 private:
-    class Stream
-    {
-    public:
-        explicit Stream(DWORD standardHandle) noexcept;
-        Stream(const Stream&) = delete;
-        Stream& operator=(const Stream&) = delete;
-        ~Stream() { Restore(); }
-
-        [[nodiscard]] bool Write(std::string_view text);
-
-        void UseColor(ColorChoice choice);
-        [[nodiscard]] bool HasColors() const noexcept { return m_hasColors; }
-        [[nodiscard]] std::string In(Style style, std::string_view text) const;
-        [[nodiscard]] std::optional<std::size_t> Width() const noexcept;
-        void Restore() noexcept;
-
-    private:
-        [[nodiscard]] bool WriteToConsole(std::string_view text);
-
-        HANDLE m_handle;
-        bool m_isConsole = false;
-        bool m_hasColors = false;
-        std::optional<DWORD> m_modeBefore; // of a console whose mode was changed
-    };
-
     std::mutex m_mutex; // held while a line is written
     // Writing to them is guarded by m_mutex. Both may be one terminal, which the last restores first.
-    Stream m_output;
-    Stream m_error;
+    OutputStream m_output;
+    OutputStream m_error;
+    StatusLine m_status;   // guarded by m_mutex; on m_error
+    bool m_isOver = false; // guarded by m_mutex; the terminal was given back
 };
 
 } // namespace Zv::Host

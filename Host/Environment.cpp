@@ -22,10 +22,6 @@ Environment::Environment(const GlobalOptions& options, Console& console, const I
     {
         m_log.emplace(*m_options.log, m_console);
     }
-    if (!m_connection)
-    {
-        m_connection = std::make_shared<Connection>(m_options.modulePath, m_options.simulateFile);
-    }
 }
 
 } // namespace Zv::Host

@@ -27,6 +27,7 @@ struct GlobalOptions
     std::string modulePath;   // empty: beside the program
     std::string simulateFile; // description of a machine; empty: this machine
     std::optional<std::chrono::milliseconds> timeout;
+    bool time = false; // shows what each leg took
 
     // Either of the formats, for subcommands to which they are the same.
     [[nodiscard]] bool PrintsJson() const noexcept
@@ -38,9 +39,8 @@ struct GlobalOptions
 class Environment
 {
 public:
-    // Without a connection it has one of its own.
     Environment(const GlobalOptions& options, Console& console, const Interruption& interruption,
-                std::shared_ptr<Connection> connection = nullptr);
+                std::shared_ptr<Connection> connection);
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
     ~Environment() = default;
@@ -56,6 +56,7 @@ public:
     void SetUserOptions(Simulator::UserSessionOptions options) { m_connection->SetUserOptions(std::move(options)); }
     [[nodiscard]] Simulation* Simulated() noexcept { return m_connection->Simulated(); }
     void KeepSimulation() noexcept { m_connection->KeepSimulation(); }
+    [[nodiscard]] LegTimes& Times() const noexcept { return *m_connection->Times(); }
 
 private:
     const GlobalOptions& m_options;

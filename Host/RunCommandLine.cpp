@@ -41,6 +41,18 @@ void Report(Console& console, const GlobalOptions& options, const Failure& failu
     }
 }
 
+void ReportTimes(Console& console, const GlobalOptions& options, const LegTimes& times,
+                 LegTimes::Clock::time_point begin)
+{
+    if (!options.time)
+    {
+        return;
+    }
+    const Table table = times.Since(begin);
+    console.Prompt(options.PrintsJson() ? JsonObject{}.AddJson("time", table.Json()).Text() + '\n'
+                                        : table.Aligned({}, console.ErrorHasColors()));
+}
+
 ExitCode Run(Command& command, Environment& environment)
 {
     try
@@ -59,17 +71,23 @@ ExitCode Run(Command& command, Environment& environment)
 ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& arguments, Console& console,
                         const std::shared_ptr<Connection>& connection)
 {
+    const std::shared_ptr<LegTimes> times = connection ? connection->Times() : std::make_shared<LegTimes>();
+    const LegTimes::Clock::time_point begin = LegTimes::Clock::now();
     const GlobalOptions& options = line.Options();
+    ExitCode code = ExitCode::Success;
     try
     {
         Command& command = line.Parse(arguments);
         console.UseColor(options.color);
         const Interruption interruption{options.timeout, [&](const Failure& failure) {
                                             Report(console, options, failure);
+                                            ReportTimes(console, options, *times, begin);
                                             console.RestoreTerminal();
                                         }};
-        Environment environment{options, console, interruption, connection};
-        return Run(command, environment);
+        Environment environment{
+            options, console, interruption,
+            connection ? connection : std::make_shared<Connection>(options.modulePath, options.simulateFile, times)};
+        code = Run(command, environment);
     }
     catch (const CLI::Success&)
     {
@@ -80,8 +98,10 @@ ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& argum
     {
         console.UseColor(options.color); // where the command line is what failed
         Report(console, options, failure);
-        return failure.Code();
+        code = failure.Code();
     }
+    ReportTimes(console, options, *times, begin);
+    return code;
 }
 
 } // namespace Zv::Host

@@ -52,7 +52,7 @@ private:
 
 } // namespace
 
-Session::Session(ZVService& service) : m_service{service}, m_problems{ClientId}
+Session::Session(ZVService& service, LegTimes& times) : m_service{service}, m_times{times}, m_problems{ClientId}
 {
     std::wstring clientId = ClientId;
     m_service.StartSession(clientId.data(), &m_handle);
@@ -88,6 +88,7 @@ Reply Session::Execute(unsigned int function, std::wstring request, const Progre
     }
     ResponseOwner response{m_service};
     Reply reply;
+    const LegTimes::Leg leg{m_times, "command " + std::to_string(function)};
     reply.code = m_service.ExecuteCommand(m_handle, function, request.data(), response.Receive(),
                                           ProgressCallback{deliver}, nullptr);
     if (thrown)

@@ -1,6 +1,7 @@
 // A session with the service.
 #pragma once
 
+#include "Host/LegTimes.h"
 #include "Host/ProblemWatch.h"
 
 #include "Services/ZVService.h"
@@ -31,7 +32,8 @@ public:
     // Receives each progress text, in UTF-8.
     using Progress = std::function<void(std::string_view)>;
 
-    explicit Session(Zv::Tessel::Server::Services::ZVService& service);
+    // Each command is a leg of the times.
+    Session(Zv::Tessel::Server::Services::ZVService& service, LegTimes& times);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     ~Session();
@@ -44,6 +46,7 @@ public:
 
 private:
     Zv::Tessel::Server::Services::ZVService& m_service;
+    LegTimes& m_times;
     ProblemWatch m_problems;
     std::atomic<int> m_running = 0; // commands
     void* m_handle = nullptr;

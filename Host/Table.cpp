@@ -89,8 +89,10 @@ std::vector<std::size_t> Table::Widths(std::optional<std::size_t> width) const
     }
     if (width && !widths.empty())
     {
+        // A terminal may begin a new line behind its last column.
+        const std::size_t most = *width - 1;
         std::size_t total = std::accumulate(widths.begin(), widths.end(), Gap.size() * (widths.size() - 1));
-        for (auto widest = std::ranges::max_element(widths); total > *width && *widest > LeastWidth;
+        for (auto widest = std::ranges::max_element(widths); total > most && *widest > LeastWidth;
              widest = std::ranges::max_element(widths))
         {
             --*widest;

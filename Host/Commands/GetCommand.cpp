@@ -3,6 +3,7 @@
 #include "Host/Failure.h"
 #include "Host/Json.h"
 #include "Host/Numbers.h"
+#include "Host/Progress.h"
 #include "Host/ResultCodes.h"
 #include "Host/Table.h"
 
@@ -75,7 +76,7 @@ public:
         else
         {
             CheckProperties();
-            ReadTable(environment.OpenSession()).Print(environment.Output(), environment.Options().format);
+            ReadTable(environment).Print(environment.Output(), environment.Options().format);
         }
         return ExitCode::Success;
     }
@@ -104,8 +105,12 @@ private:
         const std::string& property = m_properties.front();
         const FunctionNumber function =
             m_all ? FunctionNumber::GetWmiPropertyValues : FunctionNumber::GetWmiPropertyValue;
-        const Reply reply = Ask(environment.OpenSession(), function, property);
         Console& output = environment.Output();
+        Session& session = environment.OpenSession();
+        const Reply reply = [&] {
+            const Progress progress{output, "reading " + m_target.wmiClass};
+            return Ask(session, function, property);
+        }();
         const OutputFormat format = environment.Options().format;
         if (format == OutputFormat::Json)
         {
@@ -130,12 +135,15 @@ private:
         format == OutputFormat::Text ? output.Write(lines) : table.Print(output, format);
     }
 
-    [[nodiscard]] Table ReadTable(Session& session) const
+    [[nodiscard]] Table ReadTable(Environment& environment) const
     {
+        Session& session = environment.OpenSession();
+        Progress progress{environment.Output(), "reading " + m_target.wmiClass};
         const std::size_t instances = AskAll(session, PropertyOfAll).Size();
         std::vector<Table::Row> rows{instances};
         for (const std::string& property : m_properties)
         {
+            progress.SetWhat("reading " + m_target.wmiClass + '.' + property);
             const JsonDocument values = AskAll(session, property);
             if (values.Size() != instances)
             {

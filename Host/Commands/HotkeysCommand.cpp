@@ -44,8 +44,10 @@ constexpr char BoardRequest[] =
     R"({"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"})"; // as the module's own
 
 // Does something that may hang in the module, and ends the process if it does.
-void RunBounded(const Interruption& interruption, const std::string& what, const std::function<void()>& body)
+void RunBounded(const Environment& environment, const std::string& what, const std::function<void()>& body)
 {
+    const LegTimes::Leg leg{environment.Times(), what};
+    const Interruption& interruption = environment.GetInterruption();
     std::exception_ptr thrown;
     const Simulator::Worker worker{[&] {
         try
@@ -114,7 +116,7 @@ class Hotkeys
 {
 public:
     explicit Hotkeys(Environment& environment)
-        : m_interruption{environment.GetInterruption()},
+        : m_environment{environment},
           m_service{environment.LoadedModule().Service()},
           m_simulation{*environment.Simulated()},
           m_session{environment.OpenSession()}
@@ -127,7 +129,7 @@ public:
 
     void Start()
     {
-        RunBounded(m_interruption, "the service's start", [this] {
+        RunBounded(m_environment, "the service's start", [this] {
             m_board = ReadBoard(m_session);
             m_service.startup_task();
         });
@@ -135,7 +137,7 @@ public:
         const ULONGLONG end = GetTickCount64() + Limit;
         while (!m_simulation.Machine().WaitForSubscriptions(m_watch.Listeners(), RetryTime))
         {
-            m_interruption.Check();
+            m_environment.GetInterruption().Check();
             if (GetTickCount64() > end)
             {
                 throw Failure{ExitCode::CommandFailed,
@@ -166,7 +168,7 @@ public:
         const std::size_t before = m_simulation.User().Started().size();
         if (machine.GetDescription().events.definition != nullptr)
         {
-            RunBounded(m_interruption, "event " + event.Text(), [&] {
+            RunBounded(m_environment, "event " + event.Text(), [&] {
                 machine.FireEvent(event.id, event.data);
                 // The module takes one event after the other, and drops one without data when its turn has come: the
                 // call returns when the app's part in the first event is done.
@@ -188,7 +190,7 @@ public:
     }
 
 private:
-    const Interruption& m_interruption;
+    const Environment& m_environment;
     Zv::Tessel::Server::Services::ZVService& m_service;
     Simulation& m_simulation;
     Session& m_session;

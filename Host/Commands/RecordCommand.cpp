@@ -3,6 +3,7 @@
 #include "Host/DescriptionContents.h"
 #include "Host/Failure.h"
 #include "Host/OutputFile.h"
+#include "Host/Progress.h"
 #include "Host/Redaction.h"
 #include "Host/Simulation.h"
 #include "Host/Utf.h"
@@ -26,7 +27,10 @@ CLASS may have a namespace of its own before a colon, as in root\wmi:zvqBIntM. W
 CLASS, those that the module itself works with are recorded, as far as they are there.
 
 Serial numbers, user names and passwords are replaced, unless --no-redact is given. Look
-the file through all the same before you give it away.)";
+the file through all the same before you give it away.
+
+Prints what the file has; with --ndjson each class before that, as soon as it is read:
+{"class":TEXT,"namespace":TEXT}.)";
 
 constexpr char Examples[] = R"(wmihost record --out machine.json
 wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)";
@@ -70,6 +74,10 @@ public:
     [[nodiscard]] const char* Name() const noexcept override { return "record"; }
     [[nodiscard]] const char* Description() const noexcept override { return "Record this machine's WMI classes"; }
     [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    {
+        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
+    }
 
     void Declare(CLI::App& parser) override
     {
@@ -155,9 +163,13 @@ private:
         Simulator::Description description;
         description.name = L"Recorded machine";
         std::vector<ClassRecorder> recorders; // one per namespace
+        Progress progress{console, "recording"};
         for (const Wanted& wanted : classes)
         {
             environment.GetInterruption().Check();
+            const std::string what = "recording " + ToUtf8(wanted.name);
+            progress.SetWhat(what);
+            const LegTimes::Leg leg{environment.Times(), what};
             try
             {
                 auto recorder = std::ranges::find_if(recorders, [&](const auto& other) {
@@ -171,6 +183,13 @@ private:
                 {
                     throw Failure{ExitCode::CommandFailed,
                                   "there is no class " + ToUtf8(wanted.name) + " in " + ToUtf8(wanted.nameSpace)};
+                }
+                if (environment.Options().format == OutputFormat::JsonLines)
+                {
+                    console.WriteLine(JsonObject{}
+                                          .Add("class", ToUtf8(wanted.name))
+                                          .Add("namespace", ToUtf8(wanted.nameSpace))
+                                          .Text());
                 }
             }
             catch (const Failure& failure)

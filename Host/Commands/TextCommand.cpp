@@ -2,6 +2,7 @@
 #include "Host/Commands/QueryTarget.h"
 #include "Host/Failure.h"
 #include "Host/Json.h"
+#include "Host/Progress.h"
 #include "Host/ResultCodes.h"
 
 namespace Zv::Host
@@ -50,8 +51,11 @@ public:
         const OutputFormat format = environment.Options().format;
         Console& output = environment.Output();
         std::string texts;
-        const Reply reply = environment.OpenSession().Execute(
+        Session& session = environment.OpenSession();
+        Progress progress{output, "reading " + m_target.wmiClass};
+        const Reply reply = session.Execute(
             FunctionNumber::GetWmiClassObjectText, m_target.Request().Text(), [&](std::string_view text) {
+                progress.Count();
                 if (format == OutputFormat::Json)
                 {
                     texts += (texts.empty() ? "" : ",") + JsonString(text);

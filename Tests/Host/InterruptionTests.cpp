@@ -21,28 +21,19 @@ protected:
     StartedProgram Start(std::vector<std::string> arguments, const std::string& machine = EventMachine(""))
     {
         arguments.insert(arguments.end(), {"--simulate", m_folder.Write("machine.json", machine)});
-        return {HostFolder() / "wmihost.exe", arguments, {}, CREATE_NO_WINDOW};
+        return {HostFolder() / "wmihost.exe", arguments, "", CREATE_NO_WINDOW};
     }
 
     // Presses Ctrl-C in the program's console and waits for its end.
     static Outcome Interrupt(const StartedProgram& program)
     {
-        const Outcome pressed = RunProgram(HostFolder().parent_path() / "tests" / "host" / "ConsoleInterrupter.exe",
-                                           {std::to_string(program.Id())});
-        EXPECT_EQ(pressed.exitCode, 0) << "Ctrl-C reaches the program";
+        EXPECT_TRUE(PressCtrlC(program));
         return program.WaitForEnd();
     }
 
 private:
     const TemporaryFolder m_folder;
 };
-
-// A machine whose queries never come back.
-std::string HangingMachine()
-{
-    return R"({"version":1,"name":"m","namespaces":[{"path":"root\\CIMV2","classes":[]}],)"
-           R"("faults":[{"at":"IWbemServices::ExecQuery","from":1,"hang":true}]})";
-}
 
 TEST_F(HostInterrupted, EventsThatNothingElseWouldEndAreDone)
 {

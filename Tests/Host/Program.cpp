@@ -51,6 +51,19 @@ Handle OpenInheritable(const std::filesystem::path& path, DWORD access, DWORD di
     return file;
 }
 
+// The end that a program reads from; the other end stays with the caller.
+Handle MakeSilentPipe(Handle& writer)
+{
+    HANDLE ends[2] = {};
+    if (CreatePipe(&ends[0], &ends[1], nullptr, 0) == FALSE ||
+        SetHandleInformation(ends[0], HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT) == FALSE)
+    {
+        throw std::runtime_error{"cannot make a pipe"};
+    }
+    writer = Handle{ends[1]};
+    return Handle{ends[0]};
+}
+
 } // namespace
 
 std::vector<std::string> Outcome::OutputLines() const
@@ -69,11 +82,11 @@ std::vector<std::string> Outcome::OutputLines() const
 }
 
 StartedProgram::StartedProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                               std::string_view input, unsigned long flags)
+                               std::optional<std::string_view> input, unsigned long flags)
     : m_name{program.string()}
 {
-    static_cast<void>(m_folder.Write("in", input));
-    const Handle in = OpenInheritable(m_folder / "in", GENERIC_READ, OPEN_EXISTING);
+    static_cast<void>(m_folder.Write("in", input.value_or("")));
+    const Handle in = input ? OpenInheritable(m_folder / "in", GENERIC_READ, OPEN_EXISTING) : MakeSilentPipe(m_silence);
     const Handle out = OpenInheritable(m_folder / "out", GENERIC_WRITE, CREATE_ALWAYS);
     const Handle error = OpenInheritable(m_folder / "error", GENERIC_WRITE, CREATE_ALWAYS);
 
@@ -150,6 +163,13 @@ Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::
     return StartedProgram{program, arguments, input}.WaitForEnd();
 }
 
+bool PressCtrlC(const StartedProgram& program)
+{
+    return RunProgram(HostFolder().parent_path() / "tests" / "host" / "ConsoleInterrupter.exe",
+                      {std::to_string(program.Id())})
+               .exitCode == 0;
+}
+
 Outcome RunHost(const std::vector<std::string>& arguments, std::string_view input)
 {
     return RunProgram(HostFolder() / "wmihost.exe", arguments, input);
@@ -182,6 +202,12 @@ std::string EventMachine(const std::string& schedule)
            R"("properties":{"EventID":"uint32","EventData":"uint32"}}]}],"events":{"namespace":"root\\wmi",)"
            R"("class":"zvqBEvnt","threads":1,"schedule":[)" +
            schedule + "]}}";
+}
+
+std::string HangingMachine()
+{
+    return R"({"version":1,"name":"m","namespaces":[{"path":"root\\CIMV2","classes":[]}],)"
+           R"("faults":[{"at":"IWbemServices::ExecQuery","from":1,"hang":true}]})";
 }
 
 std::string JsonEscaped(const std::string& path)

@@ -6,6 +6,7 @@
 #include "Shared/Handle.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,10 +27,11 @@ struct Outcome
 class StartedProgram
 {
 public:
-    // Arguments are UTF-8 and reach the program as they are, whatever characters they hold. The flags are those of
-    // CreateProcess. Throws std::runtime_error when it cannot be started.
+    // Arguments are UTF-8 and reach the program as they are, whatever characters they hold. Without an input the
+    // program waits for one in vain. The flags are those of CreateProcess. Throws std::runtime_error when it cannot be
+    // started.
     StartedProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                   std::string_view input = {}, unsigned long flags = 0);
+                   std::optional<std::string_view> input = "", unsigned long flags = 0);
     StartedProgram(const StartedProgram&) = delete;
     StartedProgram& operator=(const StartedProgram&) = delete;
     ~StartedProgram();
@@ -46,6 +48,7 @@ private:
     // Files rather than pipes: they take everything without anybody reading meanwhile.
     const TemporaryFolder m_folder;
     const std::string m_name;
+    Tessel::Server::Shared::Handle m_silence; // the end of a pipe that nobody writes to
     Tessel::Server::Shared::Handle m_process;
     unsigned long m_id = 0;
 };
@@ -53,6 +56,9 @@ private:
 // Runs it to its end; throws as the above.
 [[nodiscard]] Outcome RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                                  std::string_view input = {});
+
+// Presses Ctrl-C in the console of a program, which should have one of its own; whether that could be done.
+[[nodiscard]] bool PressCtrlC(const StartedProgram& program);
 
 // The wmihost.exe that was built with this test.
 [[nodiscard]] Outcome RunHost(const std::vector<std::string>& arguments, std::string_view input = {});
@@ -66,6 +72,9 @@ private:
 
 // A description of a machine that has firmware events alone, with this schedule (the JSON of a list's items).
 [[nodiscard]] std::string EventMachine(const std::string& schedule);
+
+// A description of a machine whose queries never come back.
+[[nodiscard]] std::string HangingMachine();
 
 // A path with the backslashes of JSON.
 [[nodiscard]] std::string JsonEscaped(const std::string& path);

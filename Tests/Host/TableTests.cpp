@@ -40,9 +40,9 @@ TEST(HostTable, CutsItsWidestColumnsUntilALineFitsTheTerminal)
 {
     Table table{{"id", "name", "text"}};
     table.Add({"1", "middle", "the longest of them all"});
-    EXPECT_EQ(table.Aligned(22, false), "id  name    text\n"
+    EXPECT_EQ(table.Aligned(23, false), "id  name    text\n"
                                         "1   middle  the longe\xE2\x80\xA6\n");
-    EXPECT_EQ(table.Aligned(16, false), "id  name   text\n"
+    EXPECT_EQ(table.Aligned(17, false), "id  name   text\n"
                                         "1   midd\xE2\x80\xA6  the \xE2\x80\xA6\n");
 }
 
