@@ -1,11 +1,12 @@
 # Read by ctest: adds one test per GoogleTest suite of `executable`. The program is asked for its suites only when it is
-# newer than the answer kept in `suites_file`.
+# newer than the answer kept in `suites_file`. Output that matches `crash` is a failure whatever the exit code.
 if(NOT EXISTS ${executable})
   add_test(${program} ${executable}) # not built: a failure, never a silent pass
   return()
 endif()
 
-if(NOT EXISTS ${suites_file} OR ${executable} IS_NEWER_THAN ${suites_file})
+if(NOT EXISTS ${suites_file} OR ${executable} IS_NEWER_THAN ${suites_file} OR
+   ${CMAKE_CURRENT_LIST_FILE} IS_NEWER_THAN ${suites_file})
   execute_process(COMMAND ${emulator} ${executable} --gtest_list_tests
     OUTPUT_VARIABLE listing ERROR_VARIABLE errors RESULT_VARIABLE result TIMEOUT 120)
   if(NOT result EQUAL 0)
@@ -19,7 +20,8 @@ if(NOT EXISTS ${suites_file} OR ${executable} IS_NEWER_THAN ${suites_file})
     string(REGEX REPLACE "\\.$" "" name "${suite}")
     string(APPEND content
       "add_test([==[${program}:${name}]==] ${emulator} [==[${executable}]==] [==[--gtest_filter=${suite}*]==])\n"
-      "set_tests_properties([==[${program}:${name}]==] PROPERTIES TIMEOUT ${timeout} LABELS ${program})\n")
+      "set_tests_properties([==[${program}:${name}]==] PROPERTIES TIMEOUT ${timeout} LABELS ${program}"
+      " FAIL_REGULAR_EXPRESSION [==[${crash}]==])\n")
   endforeach()
   file(WRITE ${suites_file} "${content}")
 endif()
