@@ -52,7 +52,7 @@ using JsonAllocator = rapidjson::MemoryPoolAllocator<ThrowingAllocator>;
 using JsonDocument = rapidjson::GenericDocument<JsonEncoding, JsonAllocator, ThrowingAllocator>;
 using JsonValue = rapidjson::GenericValue<JsonEncoding, JsonAllocator>;
 using JsonStringBuffer = rapidjson::GenericStringBuffer<JsonEncoding, ThrowingAllocator>;
-using JsonWriter = rapidjson::Writer<JsonStringBuffer, JsonEncoding, JsonEncoding, ThrowingAllocator>;
+using JsonWriter = rapidjson::Writer<JsonStringBuffer, JsonEncoding, JsonEncoding, JsonAllocator>;
 
 // Chunk size of every document's pool, in bytes.
 inline constexpr std::size_t JsonChunkSize = 65536;

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cwchar>
 
 namespace Zv::Tessel::Server::Services
 {
@@ -53,13 +54,19 @@ private:
 
 bool ParseJson(const wchar_t* text, JsonDocument& document)
 {
+    // Parsed in place, in a copy that belongs to the document: its texts stay where they are, and the parser needs no
+    // memory to put them together.
+    const std::size_t size = std::wcslen(text) + 1;
+    auto* const copy = static_cast<wchar_t*>(document.GetAllocator().Malloc(size * sizeof(wchar_t)));
+    std::wmemcpy(copy, text, size);
+
     ThrowingAllocator heap;
     rapidjson::GenericReader<JsonEncoding, JsonEncoding, ThrowingAllocator> reader{&heap};
     bool parsed = false;
     const auto parse = [&](JsonDocument& target) {
-        rapidjson::GenericStringStream<JsonEncoding> stream{text};
+        rapidjson::GenericInsituStringStream<JsonEncoding> stream{copy};
         BoundedBuilder builder{target};
-        parsed = !reader.Parse(stream, builder).IsError();
+        parsed = !reader.Parse<rapidjson::kParseInsituFlag>(stream, builder).IsError();
         return parsed;
     };
     document.Populate(parse);
@@ -68,8 +75,11 @@ bool ParseJson(const wchar_t* text, JsonDocument& document)
 
 void WriteJson(const JsonValue& value, JsonStringBuffer& text)
 {
+    // What the writer keeps of each level lies on the thread's stack, as long as the levels are few.
+    alignas(std::max_align_t) std::byte first[1024];
     ThrowingAllocator heap;
-    JsonWriter writer{text, &heap};
+    JsonAllocator levels{first, sizeof first, JsonChunkSize, &heap};
+    JsonWriter writer{text, &levels};
     value.Accept(writer);
 }
 
