@@ -11,6 +11,11 @@ namespace Zv::Simulator
 namespace
 {
 
+char Upper(char c) noexcept
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
 // Levenshtein's distance, one row of his table at a time.
 std::size_t Distance(std::string_view one, std::string_view other)
 {
@@ -21,7 +26,7 @@ std::size_t Distance(std::string_view one, std::string_view other)
         std::size_t diagonal = row[0]++;
         for (std::size_t j = 0; j < other.size(); ++j)
         {
-            const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
+            const std::size_t replaced = diagonal + (Upper(one[i]) == Upper(other[j]) ? 0 : 1);
             diagonal = row[j + 1];
             row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
         }

@@ -7,7 +7,8 @@
 namespace Zv::Simulator
 {
 
-// The name that the fewest insertions, removals and replacements of characters make of the text. There is at least one.
+// The name that the fewest insertions, removals and replacements of characters make of the text, whatever
+// their case. There is at least one.
 [[nodiscard]] std::string_view NearestName(std::string_view text, std::span<const std::string_view> names);
 
 } // namespace Zv::Simulator

@@ -24,7 +24,6 @@ public:
 
     [[nodiscard]] const JsonNode* Find(std::string_view key) const noexcept;
     [[nodiscard]] const JsonNode& Require(std::string_view key) const;
-    [[nodiscard]] Position Where() const noexcept { return m_node.where; }
 
 private:
     const JsonNode& m_node;

@@ -184,6 +184,9 @@ TEST(DescriptionTests, EveryMistakeOfMeaningIsReportedWhereItIs)
     Check(BadDescription{"StatusMistyped",
                          InClass("\"methods\": {\"M\": {}}, \"otherwise\": {\"status\": $\"WBEM_E_ACESS_DENIED\"}"),
                          "expected a status such as \"WBEM_E_ACCESS_DENIED\" or \"0x80041001\", found "});
+    Check(BadDescription{"StatusInLowerCase",
+                         InClass("\"methods\": {\"M\": {}}, \"otherwise\": {\"status\": $\"wbem_e_failed\"}"),
+                         "expected a status such as \"WBEM_E_FAILED\" or "});
     Check(BadDescription{"CallWithoutInterface", InRoot("\"faults\": [{\"at\": $\"ConnectServer\", \"hang\": true}]"),
                          "expected a call such as \"IWbemLocator::ConnectServer\""});
     Check(BadDescription{"ValueNotAllowed",
