@@ -1,6 +1,7 @@
 #include "Tests/Hotkeys/ConsoleUser.h"
 
 #include "Shared/WindowsDeclarations.h"
+#include "Tests/Support/FillText.h"
 #include "Tests/Support/Text.h"
 
 #include <userenv.h>
@@ -39,19 +40,6 @@ std::wstring Alias(const std::wstring& exeName)
 HANDLE AnyHandle()
 {
     return CreateEventW(nullptr, TRUE, FALSE, nullptr);
-}
-
-LONG FillText(const std::wstring& text, UINT32* length, wchar_t* buffer)
-{
-    const auto needed = static_cast<UINT32>(text.size() + 1);
-    const bool fits = buffer != nullptr && *length >= needed;
-    *length = needed;
-    if (!fits)
-    {
-        return ERROR_INSUFFICIENT_BUFFER;
-    }
-    std::copy_n(text.c_str(), needed, buffer);
-    return ERROR_SUCCESS;
 }
 
 } // namespace

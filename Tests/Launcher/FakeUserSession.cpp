@@ -1,5 +1,6 @@
 #include "Tests/Launcher/FakeUserSession.h"
 
+#include "Tests/Support/FillText.h"
 #include "Tests/Support/Show.h"
 #include "Tests/Support/Text.h"
 
@@ -23,19 +24,6 @@ std::wstring Hex(std::uint64_t value)
 std::wstring Length(const UINT32* length)
 {
     return std::to_wstring(*length);
-}
-
-LONG FillText(const std::wstring& text, UINT32* length, wchar_t* buffer)
-{
-    const auto needed = static_cast<UINT32>(text.size() + 1);
-    const bool fits = buffer != nullptr && *length >= needed;
-    *length = needed;
-    if (!fits)
-    {
-        return ERROR_INSUFFICIENT_BUFFER;
-    }
-    std::copy_n(text.c_str(), needed, buffer);
-    return ERROR_SUCCESS;
 }
 
 } // namespace
