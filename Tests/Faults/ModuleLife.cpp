@@ -13,8 +13,6 @@ namespace Zv::Testing
 namespace
 {
 
-constexpr wchar_t ClientName[] = L"test client";
-
 // The thread-local slot that the next one who asks gets: one that was not given back moves it.
 DWORD NextThreadLocalSlot()
 {
@@ -30,7 +28,7 @@ void LoadUseAndUnload(Seen& seen)
     try
     {
         const Service service{module};
-        Session session{service.Get(), ClientName};
+        Session session{service.Get(), ScenarioClient};
         Note(seen, "command",
              Testing::Run(service.Get(), session.Get(), static_cast<unsigned int>(FunctionNumber::GetWmiPropertyValue),
                           L"{}"));
@@ -51,7 +49,7 @@ ModuleLife::ModuleLife(std::string name, const char* machine)
 
 bool ModuleLife::IsOfClient(const std::wstring& context) const
 {
-    return context == ClientName;
+    return context == ScenarioClient;
 }
 
 Seen ModuleLife::Run(const std::optional<PlannedFault>& fault)

@@ -1,11 +1,9 @@
 #include "Tests/Faults/Scenario.h"
 
-#include "Interception/ModuleExports.h"
-#include "Logging/Logging.h"
 #include "Services/Launcher/Launcher.h"
 #include "Tests/Faults/ModuleLife.h"
-#include "Tests/Faults/Stage.h"
-#include "Tests/Support/CommandTap.h"
+#include "Tests/Faults/OnOneModule.h"
+#include "Tests/Faults/StartUpScenarios.h"
 #include "Tests/Support/Module.h"
 
 #include <objbase.h>
@@ -21,84 +19,10 @@ namespace Zv::Testing
 namespace
 {
 
-using Simulator::Machine;
 using Tessel::Server::Services::Launcher;
-
-constexpr char Notebook[] = ZV_MACHINES "/notebook.json";
-
-constexpr wchar_t ClientName[] = L"test client";
 
 constexpr wchar_t GoodRequest[] =
     LR"({"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"})";
-
-// The calls made while it lives are those that the scenario is about.
-class Armed
-{
-public:
-    Armed(FaultBox& box, const std::optional<PlannedFault>& fault) : m_box{box} { m_box.Arm(fault); }
-    Armed(const Armed&) = delete;
-    Armed& operator=(const Armed&) = delete;
-    ~Armed() { m_box.Disarm(); }
-
-private:
-    FaultBox& m_box;
-};
-
-// On one module, which stays loaded.
-class OnOneModule : public Scenario
-{
-public:
-    [[nodiscard]] Seen Run(const std::optional<PlannedFault>& fault) final
-    {
-        Seen seen;
-        m_stage.Begin();
-        Act(fault, seen);
-        seen.log = m_stage.transcript.Log();
-        seen.stoppedFromOutside = m_stage.WasStoppedFromOutside();
-        seen.joins = m_stage.TakeJoins();
-        seen.impersonated = m_stage.TakeImpersonation();
-        seen.left += m_stage.TakeLeftovers();
-        return seen;
-    }
-    [[nodiscard]] bool IsOfClient(const std::wstring& context) const final { return context == ClientName; }
-    [[nodiscard]] std::vector<MadeCall> Calls() const final { return m_stage.box.Calls(); }
-    [[nodiscard]] bool Struck() const final { return m_stage.box.Struck(); }
-    [[nodiscard]] bool RunGoodCommand() final { return SucceedsOn(m_service.Get()); }
-
-protected:
-    OnOneModule(std::string name, Group group, const char* machine)
-        : Scenario{std::move(name), group},
-          m_machine{Machine::Load(std::string{machine})},
-          m_service{m_module},
-          m_stage{WarmedUp(m_module, m_service), m_machine}
-    {
-        Interception::BindModuleExports(m_module.Handle());
-    }
-
-    virtual void Act(const std::optional<PlannedFault>& fault, Seen& seen) = 0;
-
-    [[nodiscard]] Stage& TheStage() noexcept { return m_stage; }
-    [[nodiscard]] ZVService* TheService() const noexcept { return m_service.Get(); }
-    [[nodiscard]] const Module& TheModule() const noexcept { return m_module; }
-    [[nodiscard]] Reply Command(void* session, FunctionNumber function, const std::wstring& request) const
-    {
-        return Testing::Run(TheService(), session, static_cast<unsigned int>(function), request.c_str());
-    }
-
-private:
-    // The run time keeps a few blocks per thread from the first exception on.
-    static HMODULE WarmedUp(const Module& module, const Service& service)
-    {
-        Session session{service.Get(), ClientName};
-        static_cast<void>(Testing::Run(service.Get(), session.Get(), 16, L"{}"));
-        return module.Handle();
-    }
-
-    Module m_module;
-    Machine m_machine;
-    Service m_service; // made before the books are opened
-    Stage m_stage;
-};
 
 // One command on a session of its own.
 class OneCommand final : public OnOneModule
@@ -114,7 +38,7 @@ public:
 private:
     void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
     {
-        Session session{TheService(), ClientName};
+        Session session{TheService(), ScenarioClient};
         Reply reply;
         {
             const Armed armed{TheStage().box, fault};
@@ -151,7 +75,7 @@ private:
     void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
     {
         Stage& stage = TheStage();
-        Session session{TheService(), ClientName};
+        Session session{TheService(), ScenarioClient};
         const auto fire = [&stage](int id) { return [&stage, id] { stage.machine.FireEvent(id, id * 10); }; };
         const auto command = [&](const char* name, FunctionNumber function, const wchar_t* request) {
             return [&, name, function, request] { Note(seen, name, Command(session.Get(), function, request)); };
@@ -186,7 +110,7 @@ private:
 class SessionLife final : public OnOneModule
 {
 public:
-    SessionLife() : OnOneModule{"a session", SessionsAndService, Notebook} {}
+    SessionLife() : OnOneModule{"a session", SessionsAndService, ScenarioMachine} {}
 
 private:
     void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
@@ -194,7 +118,7 @@ private:
         const Armed armed{TheStage().box, fault};
         try
         {
-            Session session{TheService(), ClientName};
+            Session session{TheService(), ScenarioClient};
             seen.texts.emplace_back(L"started");
         }
         catch (...)
@@ -208,7 +132,7 @@ private:
 class ServiceLife : public OnOneModule
 {
 public:
-    explicit ServiceLife(std::string name) : OnOneModule{std::move(name), SessionsAndService, Notebook} {}
+    explicit ServiceLife(std::string name) : OnOneModule{std::move(name), SessionsAndService, ScenarioMachine} {}
 
 protected:
     void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
@@ -264,7 +188,7 @@ public:
     using Work = std::function<std::wstring(const Launcher& launcher)>;
 
     LauncherFunctions(std::string name, Work work)
-        : OnOneModule{std::move(name), LauncherCall, Notebook},
+        : OnOneModule{std::move(name), LauncherCall, ScenarioMachine},
           m_work{std::move(work)}
     {
         static_cast<void>(Launcher{}); // binds what is bound at the first call
@@ -288,124 +212,6 @@ private:
     }
 
     const Work m_work;
-};
-
-// The start-up task of a module that was just loaded: its threads' bodies run one after the other, each with its
-// subscription, until they are stopped; then the module is unloaded, and nothing of it may be left.
-class StartUpTask final : public Scenario
-{
-public:
-    StartUpTask() : Scenario{"the start-up task", StartUp}, m_machine{Machine::Load(std::string{Notebook})} {}
-
-    [[nodiscard]] Seen Run(const std::optional<PlannedFault>& fault) override
-    {
-        Seen seen;
-        auto module = std::make_unique<Module>();
-        Stage stage{module->Handle(), m_machine};
-        {
-            const Service service{*module};
-            stage.Begin();
-            {
-                const Armed armed{stage.box, fault};
-                service->startup_task();
-                for (const auto& body : stage.threads)
-                {
-                    body();
-                }
-            }
-            seen.texts.push_back(std::to_wstring(stage.threads.size()) + L" threads");
-            seen.texts.push_back(std::to_wstring(stage.machine.Subscriptions()) + L" subscriptions");
-            if (!fault)
-            {
-                m_calls = stage.box.Calls();
-            }
-            m_struck = stage.box.Struck();
-            seen.log = stage.transcript.Log();
-            m_goodCommand = SucceedsOn(service.Get());
-        }
-        module.reset();
-        seen.joins = stage.TakeJoins();
-        seen.left = stage.TakeLeftovers();
-        if (GetModuleHandleW(L"WMIService.dll") != nullptr)
-        {
-            seen.left += "the module itself\n";
-        }
-        return seen;
-    }
-    [[nodiscard]] bool IsOfClient(const std::wstring& context) const override
-    {
-        return context == L"APP_FETCH_Platform_ID_CONTEXT" ||
-               (context.starts_with(L"APP_7B3E90C4.") && context.ends_with(L"_LAUNCHER"));
-    }
-    [[nodiscard]] std::vector<MadeCall> Calls() const override { return m_calls; }
-    [[nodiscard]] bool LeavesNothingBehind() const override { return true; }
-    [[nodiscard]] bool Struck() const override { return m_struck; }
-    [[nodiscard]] bool RunGoodCommand() override { return m_goodCommand; }
-
-private:
-    Machine m_machine;
-    std::vector<MadeCall> m_calls;
-    bool m_struck = false;
-    bool m_goodCommand = false;
-};
-
-// A hotkey: the callback of the companion app that the start-up task registers for an event.
-class HotkeyPress final : public OnOneModule
-{
-public:
-    HotkeyPress(std::string name, std::wstring registration, std::wstring event)
-        : OnOneModule{std::move(name), Hotkey, Notebook},
-          m_event{std::move(event)}
-    {
-        Stage& stage = TheStage();
-        stage.Begin();
-        CommandTap tap{TheService(), [this, &registration](const TappedCommand& command, wchar_t** response) {
-                           if (command.function != 4)
-                           {
-                               return false;
-                           }
-                           if (command.request == registration)
-                           {
-                               m_callback = command.callback;
-                           }
-                           *response = nullptr;
-                           return true;
-                       }};
-        TheService()->startup_task();
-        for (const auto& body : stage.threads)
-        {
-            body();
-        }
-        if (!m_callback)
-        {
-            throw std::runtime_error{"the app has not registered"};
-        }
-        stage.ledgers.heap.ForgetIf([](const void*) { return true; }); // the listeners' own, which they keep
-        static_cast<void>(stage.TakeJoins());
-        static_cast<void>(stage.TakeLeftovers());
-    }
-
-private:
-    void Act(const std::optional<PlannedFault>& fault, Seen& seen) override
-    {
-        std::wstring text = m_event;
-        {
-            const Armed armed{TheStage().box, fault};
-            m_callback(text.data());
-        }
-        for (std::wstring launch : TheStage().Launches())
-        {
-            // The time of day is not to the point.
-            if (const std::size_t time = launch.rfind(L'#'); time != std::wstring::npos)
-            {
-                launch.replace(time + 1, launch.find(L'|', time) - time - 1, L"time");
-            }
-            seen.texts.push_back(std::move(launch));
-        }
-    }
-
-    const std::wstring m_event;
-    ProgressCallback m_callback;
 };
 
 struct Entry
@@ -446,54 +252,60 @@ const std::vector<Entry>& Entries()
                filter + L"\",\"wmiNamespace\":\"ROOT\\\\CIMV2\"}";
     };
     static const std::vector<Entry> entries{
-        Command("firmware, no data", FirmwareCommand, Notebook, 2, firmware(255, 0, L"", 0)),
-        Command("firmware, 4 bytes in, 4 out", FirmwareCommand, Notebook, 2, firmware(255, 4, L"AQIDBA==", 4)),
-        Command("firmware, 3 bytes in, 128 out", FirmwareCommand, Notebook, 2, firmware(255, 3, L"AQID", 128)),
-        Command("firmware, version text", FirmwareCommand, Notebook, 2, firmware(1, 0, L"", 128)),
-        Command("property, text", PropertyCommand, Notebook, 16, query(L"Product", L"Win32_BaseBoard")),
-        Command("property, flag", PropertyCommand, Notebook, 16, query(L"PoweredOn", L"Win32_BaseBoard")),
-        Command("property, texts", PropertyCommand, Notebook, 16, query(L"BIOSVersion", L"Win32_BIOS")),
-        Command("property, last of three", PropertyCommand, Notebook, 16, query(L"HandleCount", L"Win32_Process")),
-        Command("property, filter", PropertyCommand, Notebook, 16, query(L"Name", L"Win32_Process", L"ProcessId = 4")),
-        Command("property, numbers of all", PropertyCommand, Notebook, 32, query(L"HandleCount", L"Win32_Process")),
-        Command("property, texts of all", PropertyCommand, Notebook, 32, query(L"Name", L"Win32_Process")),
-        Command("property, arrays of all", PropertyCommand, Notebook, 32, query(L"BiosCharacteristics", L"Win32_BIOS")),
-        Command("text of one", TextCommand, Notebook, 256, query(L"", L"Win32_BaseBoard")),
-        Command("text of three", TextCommand, Notebook, 256, query(L"", L"Win32_Process")),
-        Command("setting", SettingCommand, Notebook, 64,
+        Command("firmware, no data", FirmwareCommand, ScenarioMachine, 2, firmware(255, 0, L"", 0)),
+        Command("firmware, 4 bytes in, 4 out", FirmwareCommand, ScenarioMachine, 2, firmware(255, 4, L"AQIDBA==", 4)),
+        Command("firmware, 3 bytes in, 128 out", FirmwareCommand, ScenarioMachine, 2, firmware(255, 3, L"AQID", 128)),
+        Command("firmware, version text", FirmwareCommand, ScenarioMachine, 2, firmware(1, 0, L"", 128)),
+        Command("property, text", PropertyCommand, ScenarioMachine, 16, query(L"Product", L"Win32_BaseBoard")),
+        Command("property, flag", PropertyCommand, ScenarioMachine, 16, query(L"PoweredOn", L"Win32_BaseBoard")),
+        Command("property, texts", PropertyCommand, ScenarioMachine, 16, query(L"BIOSVersion", L"Win32_BIOS")),
+        Command("property, last of three", PropertyCommand, ScenarioMachine, 16,
+                query(L"HandleCount", L"Win32_Process")),
+        Command("property, filter", PropertyCommand, ScenarioMachine, 16,
+                query(L"Name", L"Win32_Process", L"ProcessId = 4")),
+        Command("property, numbers of all", PropertyCommand, ScenarioMachine, 32,
+                query(L"HandleCount", L"Win32_Process")),
+        Command("property, texts of all", PropertyCommand, ScenarioMachine, 32, query(L"Name", L"Win32_Process")),
+        Command("property, arrays of all", PropertyCommand, ScenarioMachine, 32,
+                query(L"BiosCharacteristics", L"Win32_BIOS")),
+        Command("text of one", TextCommand, ScenarioMachine, 256, query(L"", L"Win32_BaseBoard")),
+        Command("text of three", TextCommand, ScenarioMachine, 256, query(L"", L"Win32_Process")),
+        Command("setting", SettingCommand, ScenarioMachine, 64,
                 LR"({"name":"Fast Boot","value":"Enable","password":"Winter-2024"})"),
-        Command("setting, no password", SettingCommand, Notebook, 64, LR"({"name":"Fast Boot","value":"Enable"})"),
-        Command("defaults", SettingCommand, Notebook, 128, LR"({"password":"Winter-2024"})"),
-        Command("nothing to unregister", OtherCommand, Notebook, 8, L"{}"),
-        Command("an id that is not listened for", OtherCommand, Notebook, 8, L"{\"filterEvent\":7}"),
-        Command("no request to unregister", OtherCommand, Notebook, 8, L"no request"),
-        Command("unknown function", OtherCommand, Notebook, 3, L"{}"),
-        Command("malformed request", OtherCommand, Notebook, 2, L"{\"command\":"),
+        Command("setting, no password", SettingCommand, ScenarioMachine, 64,
+                LR"({"name":"Fast Boot","value":"Enable"})"),
+        Command("defaults", SettingCommand, ScenarioMachine, 128, LR"({"password":"Winter-2024"})"),
+        Command("nothing to unregister", OtherCommand, ScenarioMachine, 8, L"{}"),
+        Command("an id that is not listened for", OtherCommand, ScenarioMachine, 8, L"{\"filterEvent\":7}"),
+        Command("no request to unregister", OtherCommand, ScenarioMachine, 8, L"no request"),
+        Command("unknown function", OtherCommand, ScenarioMachine, 3, L"{}"),
+        Command("malformed request", OtherCommand, ScenarioMachine, 2, L"{\"command\":"),
         {"registration for one event", Registration,
          [](const std::string& name) {
-             return std::make_unique<WholeRegistration>(name, Notebook, true, WholeRegistration::End::Unregister);
+             return std::make_unique<WholeRegistration>(name, ScenarioMachine, true,
+                                                        WholeRegistration::End::Unregister);
          }},
         {"registration for all events", Registration,
          [](const std::string& name) {
-             return std::make_unique<WholeRegistration>(name, Notebook, false, WholeRegistration::End::Unregister);
+             return std::make_unique<WholeRegistration>(name, ScenarioMachine, false,
+                                                        WholeRegistration::End::Unregister);
          }},
         {"registration that its session ends", Registration,
          [](const std::string& name) {
-             return std::make_unique<WholeRegistration>(name, Notebook, true, WholeRegistration::End::Session);
+             return std::make_unique<WholeRegistration>(name, ScenarioMachine, true, WholeRegistration::End::Session);
          }},
         {"from load to unload", Load,
-         [](const std::string& name) { return std::make_unique<ModuleLife>(name, Notebook); }},
+         [](const std::string& name) { return std::make_unique<ModuleLife>(name, ScenarioMachine); }},
         {"a session", SessionsAndService, [](const std::string&) { return std::make_unique<SessionLife>(); }},
         {"a service", SessionsAndService, [](const std::string& name) { return std::make_unique<ServiceLife>(name); }},
-        {"the start-up task", StartUp, [](const std::string&) { return std::make_unique<StartUpTask>(); }},
+        {"the start-up task", StartUp, &MakeStartUpTask},
         {"the Lumashade key", Hotkey,
          [](const std::string& name) {
-             return std::make_unique<HotkeyPress>(name, L"{\"filterEvent\":20}",
-                                                  L"{\"eventId\":20,\"eventData\":16711680}");
+             return MakeHotkeyPress(name, L"{\"filterEvent\":20}", L"{\"eventId\":20,\"eventData\":16711680}");
          }},
         {"a Chimebox key", Hotkey,
          [](const std::string& name) {
-             return std::make_unique<HotkeyPress>(name, L"{\"filterEvent\":21}", L"{\"eventId\":21,\"eventData\":7}");
+             return MakeHotkeyPress(name, L"{\"filterEvent\":21}", L"{\"eventId\":21,\"eventData\":7}");
          }},
         Calls("Launcher::Run",
               [](const Launcher& launcher) {
@@ -568,7 +380,7 @@ void Note(Seen& seen, const std::string& call, const Reply& reply)
 
 bool SucceedsOn(ZVService* service)
 {
-    Session session{service, ClientName};
+    Session session{service, ScenarioClient};
     return Run(service, session.Get(), static_cast<unsigned int>(FunctionNumber::GetWmiPropertyValue), GoodRequest)
                .text == LR"({"result":"7C21"})";
 }

@@ -31,6 +31,10 @@ enum Group : unsigned int
     EveryGroup = 2047
 };
 
+// The machine that scenarios run on, and their client.
+inline constexpr char ScenarioMachine[] = ZV_MACHINES "/notebook.json";
+inline constexpr wchar_t ScenarioClient[] = L"test client";
+
 // What a host saw of a run.
 struct Seen
 {
