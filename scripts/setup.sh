@@ -15,6 +15,7 @@ zv_packages=(
     googletest
     doxygen
     doxygen-awesome-css
+    gcovr
     python3
 )
 

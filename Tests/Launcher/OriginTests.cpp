@@ -3,6 +3,8 @@
 
 #include "Tests/Support/Text.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 
 namespace Zv::Testing
@@ -30,6 +32,7 @@ protected:
         }
         catch (const std::runtime_error& error)
         {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&error) % alignof(std::max_align_t), 0u);
             return error.what();
         }
         return {};
