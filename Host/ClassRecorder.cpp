@@ -22,44 +22,11 @@ using Simulator::Property;
 using Simulator::Value;
 using Tessel::Server::Shared::WMI::ComPtr;
 using Tessel::Server::Shared::WMI::ReceivedBstr;
-using Tessel::Server::Shared::WMI::SafeArray;
 using Tessel::Server::Shared::WMI::Status;
 using Tessel::Server::Shared::WMI::Variant;
 
 namespace
 {
-
-// Of a system property, up to its first zero character: some systems leave several behind it.
-std::wstring TextOf(IWbemClassObject& object, const wchar_t* property)
-{
-    Variant value;
-    const HRESULT hr = object.Get(property, 0, value.Address(), nullptr, nullptr);
-    return SUCCEEDED(hr) && value.Text() != nullptr ? value.Text() : std::wstring{};
-}
-
-std::vector<std::wstring> Texts(SAFEARRAY* array)
-{
-    std::vector<std::wstring> texts;
-    const LONG count = array == nullptr ? 0 : static_cast<LONG>(array->rgsabound[0].cElements);
-    for (LONG i = 0; i < count; ++i)
-    {
-        LONG index = array->rgsabound[0].lLbound + i;
-        ReceivedBstr text;
-        if (SUCCEEDED(SafeArrayGetElement(array, &index, text.Receive())) && text.Get() != nullptr)
-        {
-            texts.emplace_back(text.Get(), SysStringLen(text.Get()));
-        }
-    }
-    return texts;
-}
-
-std::vector<std::wstring> NamesOf(IWbemClassObject& object, LONG flags)
-{
-    SAFEARRAY* names = nullptr;
-    const HRESULT hr = object.GetNames(nullptr, flags, nullptr, &names);
-    const SafeArray owner{names};
-    return SUCCEEDED(hr) ? Texts(names) : std::vector<std::wstring>{};
-}
 
 // From a qualifier of the property such as "object:Part"; empty where the system tells none.
 std::wstring ObjectClassOf(IWbemClassObject& object, const std::wstring& property)

@@ -90,6 +90,10 @@ CommandLine::CommandLine(std::vector<std::unique_ptr<Command>> commands, GlobalO
         CLI::App* const parser = m_app.add_subcommand(command->Name(), command->Description());
         command->Declare(*parser);
         parser->footer(FooterOf(*command));
+        if (command->IsHidden())
+        {
+            parser->group("");
+        }
         parser->callback([this, chosen = command.get()] { m_chosen = chosen; });
     }
 }
@@ -166,7 +170,12 @@ std::string CommandLine::UsageError(const CLI::ParseError& error) const
     const std::vector<std::string> left = m_app.remaining();
     if (m_app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
     {
-        return "there is no subcommand \"" + left.front() + "\", only" + CommandNames() + "; see wmihost --help";
+        std::string names;
+        for (const std::string& name : CommandNames())
+        {
+            names += (names.empty() ? " " : ", ") + name;
+        }
+        return "there is no subcommand \"" + left.front() + "\", only" + names + "; see wmihost --help";
     }
     const std::string program = ProgramAndCommand();
     return program + ": " + Mistake(error) + "; see " + program + " --help";
@@ -202,14 +211,32 @@ std::string CommandLine::ProgramAndCommand() const
     return parsed.empty() ? "wmihost" : "wmihost " + parsed.front()->get_name();
 }
 
-std::string CommandLine::CommandNames() const
+std::vector<std::string> CommandLine::CommandNames() const
 {
-    std::string names;
+    std::vector<std::string> names;
     for (const std::unique_ptr<Command>& command : m_commands)
     {
-        names += (names.empty() ? " " : ", ") + std::string{command->Name()};
+        if (!command->IsHidden())
+        {
+            names.emplace_back(command->Name());
+        }
     }
     return names;
+}
+
+const Command* CommandLine::FindCommand(const std::string& name) const noexcept
+{
+    const auto found = std::ranges::find_if(m_commands, [&](const auto& command) { return command->Name() == name; });
+    return found == m_commands.end() ? nullptr : found->get();
+}
+
+void CommandLine::Refuse(const std::string& option, const std::string& why)
+{
+    // Thrown, since the library does not name an option that --help leaves out.
+    const auto refuse = [=](const std::string&) -> std::string {
+        throw CLI::ParseError{option + ": " + why, CLI::ExitCodes::ValidationError};
+    };
+    m_app.get_option(option)->check(refuse)->group("");
 }
 
 } // namespace Zv::Host

@@ -27,6 +27,14 @@ public:
     // would be right.
     [[nodiscard]] Command& Parse(const std::vector<std::string>& arguments);
 
+    // What the arguments may be.
+    [[nodiscard]] const CLI::App& Parser() const noexcept { return m_app; }
+    [[nodiscard]] std::vector<std::string> CommandNames() const;
+    [[nodiscard]] const Command* FindCommand(const std::string& name) const noexcept; // null: there is none
+
+    // From now on the option is a mistake: "--option: why".
+    void Refuse(const std::string& option, const std::string& why);
+
     [[nodiscard]] std::string Help() const { return m_app.help(); }
     [[nodiscard]] const GlobalOptions& Options() const noexcept { return m_options; }
 
@@ -37,7 +45,6 @@ private:
     [[nodiscard]] std::string UsageError(const CLI::ParseError& error) const;
     [[nodiscard]] std::string Mistake(const CLI::ParseError& error) const;
     [[nodiscard]] std::string ProgramAndCommand() const;
-    [[nodiscard]] std::string CommandNames() const;
 
     CLI::App m_app;
     GlobalOptions m_options;

@@ -40,7 +40,7 @@ class Environment
 {
 public:
     Environment(const GlobalOptions& options, Console& console, const Interruption& interruption,
-                std::shared_ptr<Connection> connection);
+                std::shared_ptr<Connection> connection, bool isInShell);
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
     ~Environment() = default;
@@ -49,6 +49,9 @@ public:
     [[nodiscard]] Console& Output() const noexcept { return m_console; }
     [[nodiscard]] const Interruption& GetInterruption() const noexcept { return m_interruption; }
     [[nodiscard]] const std::shared_ptr<Connection>& GetConnection() const noexcept { return m_connection; }
+
+    // Throws Failure(BadInput) when "-" means the standard input that a shell reads its lines from.
+    void CheckInput(const std::string& file) const;
 
     // Those of the connection.
     [[nodiscard]] Module& LoadedModule() { return m_connection->LoadedModule(); }
@@ -62,6 +65,7 @@ private:
     const GlobalOptions& m_options;
     Console& m_console;
     const Interruption& m_interruption;
+    const bool m_isInShell;
     std::optional<LogOutput> m_log; // before the connection, whose end it shows
     std::shared_ptr<Connection> m_connection;
 };

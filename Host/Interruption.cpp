@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace Zv::Host
 {
@@ -70,21 +71,31 @@ struct Interruption::State
     Handle happened = MakeEvent();
     Handle over = MakeEvent(); // the program has come to its end
     std::atomic<bool> byUser = false;
+    CtrlC ctrlC = CtrlC::Interrupts;
+    std::shared_ptr<State> outer; // that of the interruption around this one
+
+    void InterruptByUser() noexcept
+    {
+        byUser = true;
+        SetEvent(happened.Get());
+    }
 
     static inline Lock lock;
-    static inline std::shared_ptr<State> current; // guarded by lock; the one that Ctrl-C goes to
+    static inline std::shared_ptr<State> current; // guarded by lock; the innermost, which Ctrl-C goes to
 };
 
-Interruption::Interruption(std::optional<milliseconds> timeout, Report report)
+Interruption::Interruption(std::optional<milliseconds> timeout, Report report, CtrlC ctrlC)
     : m_timeout{timeout},
       m_report{std::move(report)},
       m_state{std::make_shared<State>()},
       m_watch{[this] { Watch(); }}
 {
+    m_state->ctrlC = ctrlC;
     {
         const LockGuard held{State::lock};
-        State::current = m_state;
+        m_state->outer = std::exchange(State::current, m_state);
     }
+    // Once for each, the system counts: and not under the lock, as the handler runs under one of the system's.
     SetConsoleCtrlHandler(&OnControl, TRUE);
 }
 
@@ -93,7 +104,7 @@ Interruption::~Interruption()
     SetConsoleCtrlHandler(&OnControl, FALSE);
     {
         const LockGuard held{State::lock};
-        State::current.reset();
+        State::current = m_state->outer;
     }
     SetEvent(m_state->over.Get());
     m_watch.join();
@@ -154,15 +165,26 @@ BOOL WINAPI Interruption::OnControl(DWORD type) noexcept
         const LockGuard held{State::lock};
         state = State::current;
     }
-    if (state == nullptr || state->byUser.exchange(true))
+    if (state == nullptr)
     {
         return FALSE; // the system ends the process
     }
-    SetEvent(state->happened.Get());
-    if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT)
+    if (type == CTRL_C_EVENT || type == CTRL_BREAK_EVENT)
     {
-        static_cast<void>(IsSignalled(state->over, ConsoleTime)); // the process ends when this returns
+        if (state->ctrlC == CtrlC::DoesNothing)
+        {
+            return TRUE;
+        }
+        const bool isFirst = !state->byUser;
+        state->InterruptByUser();
+        return isFirst || state->outer != nullptr ? TRUE : FALSE;
     }
+    for (; state->outer != nullptr; state = state->outer)
+    {
+        state->InterruptByUser();
+    }
+    state->InterruptByUser();
+    static_cast<void>(IsSignalled(state->over, ConsoleTime)); // the process ends when this returns
     return TRUE;
 }
 

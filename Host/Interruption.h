@@ -16,14 +16,24 @@ namespace Zv::Host
 
 // From the interruption on the program has a short time to come to its end in good order: whoever waits without a limit
 // waits for Event() as well. A program that has not ended by then, because a call hangs, is ended. A second Ctrl-C ends
-// it at once. One at a time; it lives as long as there is something to interrupt.
+// it at once. It lives as long as there is something to interrupt.
+//
+// One may live inside another, for a part of what the program does. Ctrl-C then interrupts that part alone, and a
+// second one nothing more; the end of the console interrupts all. They go in the opposite order.
 class Interruption
 {
 public:
     using Report = std::function<void(const Failure&)>;
 
+    // Whose Ctrl-C it is while none lives inside.
+    enum class CtrlC
+    {
+        Interrupts,
+        DoesNothing
+    };
+
     // `report` says on the console why the program is ended; it may be called on another thread.
-    Interruption(std::optional<std::chrono::milliseconds> timeout, Report report);
+    Interruption(std::optional<std::chrono::milliseconds> timeout, Report report, CtrlC ctrlC = CtrlC::Interrupts);
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
     ~Interruption();

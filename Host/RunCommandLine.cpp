@@ -1,6 +1,5 @@
 #include "Host/RunCommandLine.h"
 
-#include "Host/Failure.h"
 #include "Host/Interruption.h"
 #include "Host/Json.h"
 #include "Host/ResultCodes.h"
@@ -17,28 +16,6 @@ std::string OneLine(std::string text)
 {
     std::ranges::replace(text, '\n', ' ');
     return text;
-}
-
-void Report(Console& console, const GlobalOptions& options, const Failure& failure)
-{
-    console.WriteErrorLine(OneLine(failure.what()), Style::Error);
-    if (options.PrintsJson())
-    {
-        JsonObject error;
-        if (const auto* const command = dynamic_cast<const CommandFailure*>(&failure))
-        {
-            const ResultCodeInfo* const info = FindResultCode(command->ResultCode());
-            error.Add("code", command->ResultCode());
-            error.Add("hex", HexCode(command->ResultCode()));
-            error.Add("name", info != nullptr ? info->name : "");
-        }
-        error.Add("message", failure.what());
-        if (const auto* const description = dynamic_cast<const DescriptionFailure*>(&failure))
-        {
-            error.Add("line", description->line).Add("column", description->column);
-        }
-        console.WriteLine(JsonObject{}.AddJson("error", error.Text()).Text());
-    }
 }
 
 void ReportTimes(Console& console, const GlobalOptions& options, const LegTimes& times,
@@ -68,26 +45,63 @@ ExitCode Run(Command& command, Environment& environment)
 
 } // namespace
 
-ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& arguments, Console& console,
-                        const std::shared_ptr<Connection>& connection)
+void Report(Console& console, const GlobalOptions& options, const Failure& failure, const std::string& place)
 {
-    const std::shared_ptr<LegTimes> times = connection ? connection->Times() : std::make_shared<LegTimes>();
+    const std::string message = place + failure.what();
+    console.WriteErrorLine(OneLine(message), Style::Error);
+    if (options.PrintsJson())
+    {
+        JsonObject error;
+        if (const auto* const command = dynamic_cast<const CommandFailure*>(&failure))
+        {
+            const ResultCodeInfo* const info = FindResultCode(command->ResultCode());
+            error.Add("code", command->ResultCode());
+            error.Add("hex", HexCode(command->ResultCode()));
+            error.Add("name", info != nullptr ? info->name : "");
+        }
+        error.Add("message", message);
+        if (const auto* const description = dynamic_cast<const DescriptionFailure*>(&failure))
+        {
+            error.Add("line", description->line).Add("column", description->column);
+        }
+        console.WriteLine(JsonObject{}.AddJson("error", error.Text()).Text());
+    }
+}
+
+ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& arguments, Console& console,
+                        const LineContext& context)
+{
+    using CtrlC = Interruption::CtrlC;
+    const bool isAlone = context.connection == nullptr; // otherwise the colours are chosen, and others may write
+    const std::shared_ptr<LegTimes> times = isAlone ? std::make_shared<LegTimes>() : context.connection->Times();
     const LegTimes::Clock::time_point begin = LegTimes::Clock::now();
     const GlobalOptions& options = line.Options();
     ExitCode code = ExitCode::Success;
     try
     {
         Command& command = line.Parse(arguments);
-        console.UseColor(options.color);
-        const Interruption interruption{options.timeout, [&](const Failure& failure) {
-                                            Report(console, options, failure);
+        if (isAlone)
+        {
+            console.UseColor(options.color);
+        }
+        const bool runsLines = command.RunsLines();
+        const Interruption interruption{runsLines ? std::nullopt : options.timeout,
+                                        [&](const Failure& failure) {
+                                            Report(console, options, failure, context.place);
                                             ReportTimes(console, options, *times, begin);
                                             console.RestoreTerminal();
-                                        }};
-        Environment environment{
-            options, console, interruption,
-            connection ? connection : std::make_shared<Connection>(options.modulePath, options.simulateFile, times)};
+                                        },
+                                        runsLines ? CtrlC::DoesNothing : CtrlC::Interrupts};
+        Environment environment{options, console, interruption,
+                                isAlone ? std::make_shared<Connection>(options.modulePath, options.simulateFile, times)
+                                        : context.connection,
+                                !isAlone};
         code = Run(command, environment);
+        if (code != ExitCode::Success && !context.place.empty())
+        {
+            console.WriteErrorLine(context.place + command.Name() + " ended with exit code " +
+                                   std::to_string(static_cast<int>(code)));
+        }
     }
     catch (const CLI::Success&)
     {
@@ -96,8 +110,11 @@ ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& argum
     }
     catch (const Failure& failure)
     {
-        console.UseColor(options.color); // where the command line is what failed
-        Report(console, options, failure);
+        if (isAlone)
+        {
+            console.UseColor(options.color); // where the command line is what failed
+        }
+        Report(console, options, failure, context.place);
         code = failure.Code();
     }
     ReportTimes(console, options, *times, begin);

@@ -4,6 +4,7 @@
 #include "Host/CommandLine.h"
 #include "Host/Console.h"
 #include "Host/ExitCode.h"
+#include "Host/Failure.h"
 
 #include <memory>
 #include <string>
@@ -12,9 +13,19 @@
 namespace Zv::Host
 {
 
-// Runs it and reports what goes wrong: on standard error, and as JSON where that was asked for. Throws Failure when
-// the report cannot be written.
+// What a command line has when it is one of several.
+struct LineContext
+{
+    std::shared_ptr<Connection> connection; // null: one of its own
+    std::string place;                      // what its error lines begin with
+};
+
+// Runs it and reports what goes wrong. Throws Failure when the report cannot be written.
 [[nodiscard]] ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& arguments, Console& console,
-                                      const std::shared_ptr<Connection>& connection = nullptr);
+                                      const LineContext& context = {});
+
+// One line on standard error; as JSON on standard output, too, where that was asked for. Throws Failure when it cannot
+// be written.
+void Report(Console& console, const GlobalOptions& options, const Failure& failure, const std::string& place);
 
 } // namespace Zv::Host

@@ -34,6 +34,12 @@ private:
     wchar_t* m_text = nullptr;
 };
 
+bool IsAboutEvents(unsigned int function) noexcept
+{
+    return function == static_cast<unsigned int>(FunctionNumber::RegisterBiosEventNotification) ||
+           function == static_cast<unsigned int>(FunctionNumber::UnregisterBiosWmiEventNotification);
+}
+
 // Counts a command while it runs.
 class RunningCommand
 {
@@ -81,8 +87,9 @@ Reply Session::Execute(unsigned int function, std::wstring request, const Progre
         }
     };
 
-    const RunningCommand running{m_running};
-    if (running.IsAlone())
+    const bool isAboutEvents = IsAboutEvents(function);
+    const RunningCommand running{isAboutEvents ? m_eventCommands : m_running};
+    if (running.IsAlone() && (!isAboutEvents || m_running == 0))
     {
         m_problems.Forget();
     }

@@ -25,7 +25,8 @@ struct Reply
 };
 
 // Starts a session and ends it with its life. Commands may run on several threads; what the module logs about one of
-// them then counts as the problem of all that run at that time.
+// them then counts as the problem of all that run at that time. Where a registration waits for events, what was logged
+// before counts for nobody.
 class Session
 {
 public:
@@ -48,7 +49,8 @@ private:
     Zv::Tessel::Server::Services::ZVService& m_service;
     LegTimes& m_times;
     ProblemWatch m_problems;
-    std::atomic<int> m_running = 0; // commands
+    std::atomic<int> m_running = 0;       // commands but for those next
+    std::atomic<int> m_eventCommands = 0; // functions 4, which waits, and 8
     void* m_handle = nullptr;
 };
 

@@ -6,6 +6,8 @@
 #include "Host/Utf.h"
 
 #include "Shared/WMI/Bstr.h"
+#include "Shared/WMI/SafeArray.h"
+#include "Shared/WMI/Variant.h"
 #include "Shared/WMI/WmiCall.h"
 
 namespace Zv::Host
@@ -13,7 +15,10 @@ namespace Zv::Host
 
 using Tessel::Server::Shared::WMI::Bstr;
 using Tessel::Server::Shared::WMI::ComPtr;
+using Tessel::Server::Shared::WMI::ReceivedBstr;
+using Tessel::Server::Shared::WMI::SafeArray;
 using Tessel::Server::Shared::WMI::Status;
+using Tessel::Server::Shared::WMI::Variant;
 
 namespace
 {
@@ -29,6 +34,37 @@ std::string StatusText(HRESULT status)
 {
     const HResultInfo* const info = FindHResult(static_cast<unsigned int>(status));
     return HexCode(status) + (info == nullptr ? "" : std::string{" ("} + info->meaning + ')');
+}
+
+std::wstring TextOf(IWbemClassObject& object, const wchar_t* property)
+{
+    Variant value;
+    const HRESULT hr = object.Get(property, 0, value.Address(), nullptr, nullptr);
+    return SUCCEEDED(hr) && value.Text() != nullptr ? value.Text() : std::wstring{};
+}
+
+std::vector<std::wstring> Texts(SAFEARRAY* array)
+{
+    std::vector<std::wstring> texts;
+    const LONG count = array == nullptr ? 0 : static_cast<LONG>(array->rgsabound[0].cElements);
+    for (LONG i = 0; i < count; ++i)
+    {
+        LONG index = array->rgsabound[0].lLbound + i;
+        ReceivedBstr text;
+        if (SUCCEEDED(SafeArrayGetElement(array, &index, text.Receive())) && text.Get() != nullptr)
+        {
+            texts.emplace_back(text.Get(), SysStringLen(text.Get()));
+        }
+    }
+    return texts;
+}
+
+std::vector<std::wstring> NamesOf(IWbemClassObject& object, LONG flags)
+{
+    SAFEARRAY* names = nullptr;
+    const HRESULT hr = object.GetNames(nullptr, flags, nullptr, &names);
+    const SafeArray owner{names};
+    return SUCCEEDED(hr) ? Texts(names) : std::vector<std::wstring>{};
 }
 
 WmiClient::WmiClient(Simulator::Machine* machine, const std::wstring& nameSpace)
@@ -71,6 +107,36 @@ HRESULT WmiClient::Query(const std::wstring& query, ComPtr<IEnumWbemClassObject>
         m_services->ExecQuery(Bstr{L"WQL"}.Get(), Bstr{query.c_str()}.Get(),
                               WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY, nullptr, instances.Receive());
     return SUCCEEDED(hr) && !instances ? E_FAIL : hr;
+}
+
+std::vector<std::wstring> WmiClient::ClassNames() const
+{
+    std::vector<std::wstring> names;
+    ComPtr<IEnumWbemClassObject> classes;
+    HRESULT hr = m_services->CreateClassEnum(nullptr, WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY, nullptr,
+                                             classes.Receive());
+    while (SUCCEEDED(hr) && classes)
+    {
+        ComPtr<IWbemClassObject> found;
+        ULONG count = 0;
+        hr = classes->Next(static_cast<LONG>(WBEM_INFINITE), 1, found.Receive(), &count);
+        if (FAILED(hr) || !found)
+        {
+            break;
+        }
+        std::wstring name = TextOf(*found.Get(), L"__CLASS");
+        if (!name.starts_with(L"__"))
+        {
+            names.push_back(std::move(name));
+        }
+    }
+    return names;
+}
+
+std::vector<std::wstring> WmiClient::PropertyNames(const std::wstring& className) const
+{
+    const ComPtr<IWbemClassObject> found = FindClass(className);
+    return found ? NamesOf(*found.Get(), WBEM_FLAG_NONSYSTEM_ONLY) : std::vector<std::wstring>{};
 }
 
 } // namespace Zv::Host

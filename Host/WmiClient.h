@@ -9,12 +9,20 @@
 #include <wbemcli.h>
 
 #include <string>
+#include <vector>
 
 namespace Zv::Host
 {
 
 // "0x80041003 (access denied)"
 [[nodiscard]] std::string StatusText(HRESULT status);
+
+// The texts of an array; null has none.
+[[nodiscard]] std::vector<std::wstring> Texts(SAFEARRAY* array);
+// Of an object's properties; the flags are those of IWbemClassObject::GetNames. Empty where the system does not tell.
+[[nodiscard]] std::vector<std::wstring> NamesOf(IWbemClassObject& object, LONG flags);
+// Of a system property, up to its first zero character: some systems leave several behind it.
+[[nodiscard]] std::wstring TextOf(IWbemClassObject& object, const wchar_t* property);
 
 // A namespace of this machine, or of a simulated one. The thread must be in COM.
 class WmiClient
@@ -45,6 +53,10 @@ public:
         }
         return hr;
     }
+
+    // Of the namespace, those of the system aside, and of a class. Empty where the system does not tell.
+    [[nodiscard]] std::vector<std::wstring> ClassNames() const;
+    [[nodiscard]] std::vector<std::wstring> PropertyNames(const std::wstring& className) const;
 
 private:
     [[nodiscard]] HRESULT Query(const std::wstring& query,

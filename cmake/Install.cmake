@@ -33,6 +33,9 @@ foreach(target ${binaries})
 endforeach()
 if(TARGET wmihost)
   install(DIRECTORY Simulator/machines Simulator/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/WMIService)
+  # Those that "wmihost completion" prints; a machine that cross-compiles cannot ask it.
+  install(FILES Host/Completion/wmihost.bash Host/Completion/wmihost.ps1
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/WMIService/completions)
 endif()
 
 configure_package_config_file(cmake/WMIServiceConfig.cmake.in ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake

@@ -1,5 +1,5 @@
-"""Makes a release of a finished build: installs it into a folder, adds the completions of shells, an SBOM (SPDX 2.3) and
-checksums, and packs the folder into a ZIP. The same commit and tools give the same bytes.
+"""Makes a release of a finished build: installs it into a folder, adds an SBOM (SPDX 2.3) and checksums, and packs the
+folder into a ZIP. The same commit and tools give the same bytes.
 """
 import argparse
 import hashlib

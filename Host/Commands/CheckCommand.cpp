@@ -29,6 +29,7 @@ public:
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
+        environment.CheckInput(m_file);
         const Simulator::Machine machine = LoadMachine(m_file);
         const std::string name = ToUtf8(machine.GetDescription().name);
         const DescriptionContents contents = Count(machine.GetDescription());

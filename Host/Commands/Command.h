@@ -8,6 +8,7 @@
 
 #include <CLI/App.hpp>
 
+#include <string>
 #include <vector>
 
 namespace Zv::Host
@@ -35,6 +36,18 @@ public:
 
     // Run is called with one of these only.
     [[nodiscard]] virtual std::vector<OutputFormat> Formats() const { return {OutputFormat::Text, OutputFormat::Json}; }
+
+    // True where nobody is meant to type it: --help and error lines leave it out.
+    [[nodiscard]] virtual bool IsHidden() const noexcept { return false; }
+
+    // True when it runs other command lines, each of which has a time-out and a Ctrl-C of its own.
+    [[nodiscard]] virtual bool RunsLines() const noexcept { return false; }
+
+    // Why it cannot share a process and a session with other command lines; null when it can.
+    [[nodiscard]] virtual const char* WhyNotInShell() const noexcept { return nullptr; }
+
+    // What Tab offers for the argument of this name, besides what its declaration says.
+    [[nodiscard]] virtual std::vector<std::string> ValuesOf(const std::string& /*argument*/) const { return {}; }
 
     // True when any argument may be a password, so that none may be shown.
     [[nodiscard]] virtual bool TakesSecrets() const noexcept { return false; }

@@ -23,6 +23,9 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeRecordCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeCheckCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeExplainCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeShellCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeCompletionCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeCompleteCommand();
 
 // In the order of --help.
 [[nodiscard]] std::vector<std::unique_ptr<Command>> MakeCommands();

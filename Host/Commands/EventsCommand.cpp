@@ -1,17 +1,12 @@
 #include "Host/Commands/CommandTable.h"
+#include "Host/Commands/EventOutput.h"
 #include "Host/EventFeed.h"
 #include "Host/Failure.h"
-#include "Host/Json.h"
 #include "Host/Numbers.h"
-#include "Host/ResultCodes.h"
-#include "Host/SystemError.h"
-#include "Host/Utf.h"
 
 #include "Simulator/EventChannel.h"
 
 #include <atomic>
-#include <cstdio>
-#include <system_error>
 
 namespace Zv::Host
 {
@@ -31,23 +26,6 @@ other processes send (wmihost send).)";
 constexpr char Examples[] = R"(wmihost events
 wmihost events --id 20 --id 0x20001 --count 1 --json
 wmihost events --simulate machine.json --channel desk --for 60)";
-
-std::string LocalTime(char separator)
-{
-    SYSTEMTIME now{};
-    GetLocalTime(&now);
-    char text[64];
-    static_cast<void>(std::snprintf(text, sizeof text, "%04u-%02u-%02u%c%02u:%02u:%02u.%03u", now.wYear, now.wMonth,
-                                    now.wDay, separator, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds));
-    return text;
-}
-
-std::string BothBases(int number)
-{
-    char text[32];
-    static_cast<void>(std::snprintf(text, sizeof text, "%d (0x%x)", number, static_cast<unsigned int>(number)));
-    return text;
-}
 
 std::string CheckId(const std::string& text)
 {
@@ -95,7 +73,7 @@ public:
         }
         try
         {
-            m_output.WriteLine(LineOf(text));
+            m_output.WriteLine(EventLine(text, m_json));
         }
         catch (...)
         {
@@ -109,21 +87,6 @@ public:
     }
 
 private:
-    [[nodiscard]] std::string LineOf(std::string_view text) const
-    {
-        JsonDocument event;
-        event.Parse(text.data(), text.size());
-        if (event.HasParseError() || !event.IsObject() || !event.HasMember("eventId") || !event["eventId"].IsInt() ||
-            !event.HasMember("eventData") || !event["eventData"].IsInt())
-        {
-            throw Failure{ExitCode::InternalError, "the module's event has no id and data: " + std::string{text}};
-        }
-        const int id = event["eventId"].GetInt();
-        const int data = event["eventData"].GetInt();
-        return m_json ? JsonObject{}.Add("time", LocalTime('T')).Add("eventId", id).Add("eventData", data).Text()
-                      : LocalTime(' ') + "  id " + BothBases(id) + "  data " + BothBases(data);
-    }
-
     Console& m_output;
     const bool m_json;
     const std::size_t m_most;
@@ -157,11 +120,7 @@ public:
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        if (!m_channel.empty() && environment.Options().simulateFile.empty())
-        {
-            throw Failure{ExitCode::BadInput,
-                          "wmihost events: --channel goes with --simulate; see wmihost events --help"};
-        }
+        CheckChannelUse(environment, m_channel);
         std::vector<int> ids;
         for (const std::string& id : m_ids)
         {
@@ -173,13 +132,7 @@ public:
         EventFeed feed{session, ids, [&](std::string_view text) { printer.Print(text); }};
         Follow(environment, feed, printer);
         feed.Stop();
-
-        if (const Reply* const failed = feed.Failed())
-        {
-            const char* const lack = WhyNoEvents(failed->status);
-            throw CommandFailure{failed->code,
-                                 lack != nullptr ? lack : ErrorLine(failed->code, "firmware events", failed->problem)};
-        }
+        ThrowIfFailed(feed);
         environment.Output().WriteErrorLine(Counted(printer.Count(), "event"));
         const Interruption& interruption = environment.GetInterruption();
         const bool endless = m_count.empty() && !m_time;
@@ -201,7 +154,7 @@ private:
         {
             if (end == 0 && feed.IsListening())
             {
-                channel = OpenChannel(environment);
+                channel = OpenChannel(environment, m_channel);
                 environment.Output().WriteErrorLine("listening");
                 end = m_time ? GetTickCount64() + static_cast<ULONGLONG>(m_time->count()) : ULLONG_MAX;
             }
@@ -212,24 +165,6 @@ private:
             {
                 return;
             }
-        }
-    }
-
-    [[nodiscard]] std::unique_ptr<const Simulator::EventChannel> OpenChannel(Environment& environment) const
-    {
-        if (m_channel.empty())
-        {
-            return nullptr;
-        }
-        try
-        {
-            return std::make_unique<const Simulator::EventChannel>(environment.Simulated()->Machine(),
-                                                                   ToUtf16(m_channel));
-        }
-        catch (const std::system_error& error)
-        {
-            throw Failure{ExitCode::InputOutput, "cannot open the channel " + m_channel + ": " +
-                                                     SystemErrorText(static_cast<unsigned long>(error.code().value()))};
         }
     }
 

@@ -140,6 +140,20 @@ public:
         return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
     }
 
+    [[nodiscard]] std::vector<std::string> ValuesOf(const std::string&) const override
+    {
+        std::vector<std::string> codes;
+        for (const ResultCodeInfo& info : AllResultCodes())
+        {
+            codes.push_back(HexCode(info.code));
+        }
+        for (const HResultInfo& info : AllHResults())
+        {
+            codes.push_back(HexCode(static_cast<int>(info.code)));
+        }
+        return codes;
+    }
+
     void Declare(CLI::App& parser) override
     {
         parser.add_option("CODE-OR-LINE", m_words, "A code of the module's, of WMI's or COM's; or a line of the log");

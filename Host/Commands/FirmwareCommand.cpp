@@ -75,6 +75,7 @@ public:
         {
             throw Mistake("--raw needs --out 4, 128, 1024 or 4096, since no bytes come back without it");
         }
+        environment.CheckInput(m_input.starts_with('@') ? m_input.substr(1) : "");
         const Bytes input = Input();
         const Reply reply =
             environment.OpenSession().Execute(FunctionNumber::ExecuteBiosWmiCommand, Request(input).Text());

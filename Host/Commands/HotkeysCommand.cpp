@@ -291,6 +291,11 @@ public:
         return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
     }
 
+    [[nodiscard]] const char* WhyNotInShell() const noexcept override
+    {
+        return "the start-up task's threads would go on as long as the shell";
+    }
+
     void Declare(CLI::App& parser) override
     {
         parser.add_option("--press", m_presses, "A key to press; may be given several times")

@@ -93,8 +93,12 @@ public:
         const std::vector<Wanted> classes = WantedClasses();
         const ComMembership membership;
         // WMI's providers act as the caller.
-        CheckCom("set COM's security", CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT,
-                                                            RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr));
+        const HRESULT secured = CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT,
+                                                     RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr);
+        if (secured != RPC_E_TOO_LATE) // the module has said the same before, in a shell
+        {
+            CheckCom("set COM's security", secured);
+        }
         std::optional<Simulator::Machine> machine;
         if (!environment.Options().simulateFile.empty())
         {

@@ -7,7 +7,9 @@
 #include "Host/ResultCodes.h"
 #include "Host/Utf.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -85,6 +87,17 @@ public:
         return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
     }
 
+    [[nodiscard]] std::vector<std::string> ValuesOf(const std::string& argument) const override
+    {
+        std::vector<std::string> names;
+        if (argument == "FUNCTION")
+        {
+            std::ranges::transform(Functions, std::back_inserter(names),
+                                   [](const NamedFunction& function) { return std::string{function.name}; });
+        }
+        return names;
+    }
+
     void Declare(CLI::App& parser) override
     {
         parser.add_option("FUNCTION", m_function, "Number or name of the function")->required()->check(CheckFunction);
@@ -94,6 +107,7 @@ public:
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
         const unsigned int function = ParseFunction(m_function).value_or(0);
+        environment.CheckInput(m_requestFile);
         std::wstring request = m_requestFile.empty() ? L"{}" : DecodeRequest(ReadAll(m_requestFile), m_requestFile);
         const bool json = environment.Options().PrintsJson();
         Console& output = environment.Output();

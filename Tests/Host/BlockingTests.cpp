@@ -41,17 +41,22 @@ const Question Questions[] = {
     {{"record", "--out", "recorded.json", "Win32_BIOS"}, nullptr},
 };
 
-// Subcommands that read standard input, which says nothing.
+// Subcommands that read all of standard input, which says nothing.
 const Arguments Readers[] = {
     {"check", "-"},
     {"run", "16", "-"},
     {"firmware", "1", "1", "--in", "@-"},
+};
+
+// Subcommands that read a line of it.
+const Arguments LineReaders[] = {
     {"set", "Fast Boot", "Disable", "--password", "-"},
     {"defaults"},
 };
 
-// Subcommands that wait for nobody: explain reads its own tables, and a simulated user's packages answer at once.
-const std::set<std::string> Immediate{"explain", "package", "launch"};
+// Subcommands that wait for nobody: explain and completion have their own texts, and a simulated user's packages answer
+// at once. The shell waits for lines as long as they come, and has a time-out for each.
+const std::set<std::string> Immediate{"explain", "completion", "package", "launch", "shell"};
 
 // Starts programs that run at the same time, on a machine whose first call is as the fault says.
 class HostBlocking : public ::testing::Test
@@ -149,6 +154,18 @@ TEST_F(HostBlocking, InputThatNeverComesIsLeft)
     });
 }
 
+TEST_F(HostBlocking, ALineThatNeverComesIsNotWaitedForAnyLonger)
+{
+    for (const Arguments& reader : LineReaders)
+    {
+        Start(reader, R"("call":1000)", {"--timeout", "0.5"}, std::nullopt);
+    }
+    ForEachOutcome([](const std::string& name, const Outcome& outcome) {
+        EXPECT_EQ(outcome.exitCode, 5) << name;
+        EXPECT_TRUE(outcome.error.ends_with("not done after 0.5 s (--timeout)\n")) << outcome.error;
+    });
+}
+
 TEST_F(HostBlocking, AChannelThatNobodyOpensIsNotWaitedForAnyLonger)
 {
     const Outcome outcome = RunHost({"send", "nobody", "20", "--timeout", "0.5"});
@@ -162,6 +179,7 @@ TEST(HostBlockingTable, HasEverySubcommand)
     tried.insert("send");
     std::ranges::for_each(Questions, [&](const Question& question) { tried.insert(question.arguments.front()); });
     std::ranges::for_each(Readers, [&](const Arguments& reader) { tried.insert(reader.front()); });
+    std::ranges::for_each(LineReaders, [&](const Arguments& reader) { tried.insert(reader.front()); });
     for (const std::string& command : Subcommands())
     {
         EXPECT_EQ(tried.count(command), 1U) << command << " can block, or cannot: the tables above should say so";

@@ -36,7 +36,7 @@ TEST(HostCommandLine, HelpNamesSubcommandsAndExitCodes)
     }
     const std::vector<std::string> subcommands = Subcommands();
     for (const std::string command : {"get", "text", "firmware", "set", "defaults", "run", "events", "send", "hotkeys",
-                                      "package", "launch", "record", "check", "explain"})
+                                      "package", "launch", "record", "check", "explain", "shell", "completion"})
     {
         EXPECT_TRUE(std::ranges::count(subcommands, command) == 1) << command;
     }

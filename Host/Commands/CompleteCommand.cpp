@@ -1,0 +1,85 @@
+#include "Host/CommandLine.h"
+#include "Host/Commands/CommandTable.h"
+#include "Host/Completion/Completion.h"
+#include "Host/Completion/MachineNames.h"
+#include "Host/Failure.h"
+#include "Host/Simulation.h"
+
+#include <optional>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr char Details[] =
+    R"(For the scripts of "wmihost completion". Prints what may stand at the end of a command line,
+one word per line, or ":files" where it is the name of a file. Says nothing about failures.)";
+
+constexpr char Examples[] = R"(wmihost complete -- get Win32_
+wmihost complete --new -- --simulate machine.json get Win32_BIOS)";
+
+// Who pressed a key waits.
+constexpr DWORD Limit = 2000;
+
+class CompleteCommand : public Command
+{
+public:
+    [[nodiscard]] const char* Name() const noexcept override { return "complete"; }
+    [[nodiscard]] const char* Description() const noexcept override { return "Say what a command line may go on with"; }
+    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    [[nodiscard]] std::vector<OutputFormat> Formats() const override { return {OutputFormat::Text}; }
+    [[nodiscard]] bool IsHidden() const noexcept override { return true; }
+
+    void Declare(CLI::App& parser) override
+    {
+        parser.add_flag("--new", m_isNew, "A word begins behind them, of which nothing has been typed");
+        parser.add_option("WORDS", m_words, "The words behind wmihost, the last of which is being typed");
+    }
+
+    [[nodiscard]] ExitCode Run(Environment& environment) override
+    {
+        const CommandLine line{MakeCommands()};
+        std::string begin;
+        if (!m_isNew && !m_words.empty())
+        {
+            begin = m_words.back();
+            m_words.pop_back();
+        }
+        std::optional<Simulator::Machine> machine;
+        if (const std::string file = GivenValue(line, m_words, "--simulate"); !file.empty())
+        {
+            try
+            {
+                machine.emplace(LoadMachine(file));
+            }
+            catch (const Failure&)
+            {
+                return ExitCode::Success; // the command that is being typed will say it
+            }
+        }
+        MachineNames names{machine ? &*machine : nullptr, Limit};
+        const Completion completion = Complete(line, m_words, begin, names.Source());
+        std::string output = completion.files ? ":files\n" : "";
+        for (const std::string& word : completion.words)
+        {
+            output += word + '\n';
+        }
+        environment.Output().Write(output);
+        return ExitCode::Success;
+    }
+
+private:
+    bool m_isNew = false;
+    std::vector<std::string> m_words;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeCompleteCommand()
+{
+    return std::make_unique<CompleteCommand>();
+}
+
+} // namespace Zv::Host
