@@ -16,9 +16,9 @@ namespace Zv::Interception
 // One imported function. Its address lies in *slot, and every call of the module goes through there.
 struct Import
 {
-    std::string dll;  // as the module spells it, for example "KERNEL32.dll"
-    std::string name; // "#12" when imported by ordinal
-    void** slot = nullptr;
+    std::string dll;       // as the module spells it, for example "KERNEL32.dll"
+    std::string name;      // "#12" when imported by ordinal
+    void** slot = nullptr; // never null in a table
 };
 
 // Reads the import directory of a module that is loaded and stays loaded while the table and its redirections live.
@@ -28,11 +28,13 @@ public:
     // Throws std::invalid_argument when module is not the base of a loaded 64-bit image.
     explicit ImportTable(HMODULE module);
 
+    // In the order of the import directory.
     [[nodiscard]] const std::vector<Import>& Imports() const noexcept { return m_imports; }
 
     // DLL names compare without case; a null name, "" or "*" stands for any DLL (a C runtime function comes from
     // msvcrt.dll in one build and from an API set in another).
     [[nodiscard]] std::vector<void**> Find(const char* dll, std::string_view function) const;
+    // Whether the module imports the function.
     [[nodiscard]] bool Contains(const char* dll, std::string_view function) const
     {
         return !Find(dll, function).empty();
@@ -54,6 +56,7 @@ public:
         static_assert(std::is_function_v<Function>);
         return RedirectTo(dll, function, reinterpret_cast<void*>(replacement));
     }
+    // The same for a function of any type.
     [[nodiscard]] Redirection RedirectTo(const char* dll, std::string_view function, void* replacement) const;
 
 private:

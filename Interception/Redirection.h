@@ -41,6 +41,7 @@ public:
         return m_entries.empty() ? nullptr : reinterpret_cast<Function>(m_entries.front().original);
     }
 
+    // What the destructor does; nothing the second time.
     void Restore() noexcept;
     // Leaves the slots as they are for good.
     void Keep() noexcept { m_entries.clear(); }

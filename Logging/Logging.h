@@ -20,6 +20,7 @@ struct LoggingData
     std::uint64_t reserved; // always 0
 };
 
+// The two together.
 LOGGING_API LoggingData CreateLoggingData(const wchar_t* message, const wchar_t* context);
 
 // Writes log lines. Made by the library only and never deleted by its users. Every operation may be called from any
@@ -31,6 +32,7 @@ public:
     TraceLogger(const TraceLogger&) = delete;
     TraceLogger& operator=(const TraceLogger&) = delete;
 
+    // What goes well; what went wrong and was dealt with; what could not be done.
     LOGGING_API void LogInfo(const wchar_t* text, ...);
     LOGGING_API void LogInfo(LoggingData data, ...);
     LOGGING_API void LogWarning(const wchar_t* text, ...);
@@ -44,6 +46,7 @@ private:
     ~TraceLogger() = default;
 };
 
+// Where modules get the logger.
 class LogManager
 {
 public:

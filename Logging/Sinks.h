@@ -10,6 +10,7 @@
 namespace Logging
 {
 
+// The higher, the worse.
 enum class Level : int
 {
     Info,
@@ -27,8 +28,8 @@ enum class Overload : int
 // One line on its way to a sink. Everything that it points to lives until the sink's function returns.
 struct LogLine
 {
-    Level level;
-    Overload overload;
+    Level level;            // as the logger's function says
+    Overload overload;      // of that function
     const wchar_t* context; // of the LoggingData, which may have none; null for Overload::Text
     const wchar_t* format;  // as the caller gave it; may be null
     const wchar_t* text;    // formatted and zero-terminated
@@ -40,8 +41,9 @@ struct LogLine
 // its own caller. What it logs itself reaches the other outputs but no sink. It must not throw.
 using SinkFunction = void(const LogLine& line, void* user) noexcept;
 
+// What Remove takes.
 using SinkId = unsigned int;
-inline constexpr SinkId NoSink = 0;
+inline constexpr SinkId NoSink = 0; // none could be added
 
 // The process's list of sinks, of which there may be 16. Every operation may be called from any thread at any time,
 // before a provider is set as well as after. `least` is the lowest level that the sink receives.
@@ -75,6 +77,7 @@ class ScopedSink
 {
 public:
     ScopedSink() noexcept = default;
+    // Owns the sink, which may be NoSink.
     explicit ScopedSink(SinkId sink) noexcept : m_sink{sink} {}
     ScopedSink(ScopedSink&& other) noexcept : m_sink{std::exchange(other.m_sink, NoSink)} {}
     ScopedSink& operator=(ScopedSink&& other) noexcept
@@ -89,6 +92,7 @@ public:
     ScopedSink& operator=(const ScopedSink&) = delete;
     ~ScopedSink() { Sinks::Remove(m_sink); }
 
+    // Whether there is a sink.
     [[nodiscard]] explicit operator bool() const noexcept { return m_sink != NoSink; }
 
 private:

@@ -27,6 +27,7 @@ using ProgressCallbackArgument = ProgressCallback;
 class ProgressCallbackGuard
 {
 public:
+    // Keeps nothing of it.
     explicit ProgressCallbackGuard(ProgressCallbackArgument&) noexcept {}
     ProgressCallbackGuard(const ProgressCallbackGuard&) = delete;
     ProgressCallbackGuard& operator=(const ProgressCallbackGuard&) = delete;

@@ -23,7 +23,7 @@ namespace Zv::Tessel::Server::Services
 // The host's per-request security configuration: declared so that it can be passed, never defined or read here.
 class RequestConfiguration;
 
-// Numbers of the commands that ExecuteCommand runs. docs/host-guide.md gives request and response of each.
+// Numbers of the commands that ExecuteCommand runs. docs/reference.md gives request and response of each.
 enum class FunctionNumber : unsigned int
 {
     ExecuteBiosWmiCommand = 2,              // raw firmware command
@@ -74,6 +74,8 @@ public:
     virtual int EndSession(void** session) = 0;
 
     // Slot 3. Runs a command on the calling thread and returns a ResultCode.
+    //   session        the handle that StartSession gave
+    //   function       a FunctionNumber
     //   request        zero-terminated UTF-16 JSON, not kept
     //   response       receives a zero-terminated UTF-16 JSON text of at most 65,535 characters, to be given back with
     //                  FreeBuffer; null after RequestMalformed; left untouched where the code says that none was made
@@ -106,6 +108,6 @@ protected:
 
 // The module's factory: returns a new service, owned by the caller. Out of memory leaves it as with StartSession.
 extern "C" using ZVCreateServiceFunction = ZVService * ();
-inline constexpr char ZVCreateServiceName[] = "ZVCreateService";
+inline constexpr char ZVCreateServiceName[] = "ZVCreateService"; // as GetProcAddress takes it
 
 } // namespace Zv::Tessel::Server::Services

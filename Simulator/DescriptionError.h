@@ -10,14 +10,15 @@ namespace Zv::Simulator
 // A place in a text; both numbers count from 1, columns in characters.
 struct Position
 {
-    int line = 1;
-    int column = 1;
+    int line = 1;   // the first is 1
+    int column = 1; // likewise
 };
 
 // what() reads "line 12, column 7: expected a CIM type, found \"uint33\"".
 class DescriptionError : public std::runtime_error
 {
 public:
+    // text: what is wrong there, UTF-8.
     DescriptionError(Position position, const std::string& text)
         : std::runtime_error{"line " + std::to_string(position.line) + ", column " + std::to_string(position.column) +
                              ": " + text},
@@ -27,8 +28,8 @@ public:
     {
     }
 
-    int line;
-    int column;
+    int line;            // of the mistake
+    int column;          // likewise
     std::string message; // without the position, UTF-8
 };
 

@@ -35,7 +35,9 @@ struct OutstandingCounts
     std::size_t strings = 0;                               // BSTRs; only counted under an AutomationWatch
     std::size_t arrays = 0;                                // SAFEARRAYs; likewise
 
+    // References to objects of one kind.
     [[nodiscard]] std::size_t Of(ObjectKind kind) const noexcept { return references[static_cast<std::size_t>(kind)]; }
+    // References, strings and arrays.
     [[nodiscard]] std::size_t Total() const noexcept;
     // "2 IWbemClassObject, 1 BSTR"; "nothing" when all is given back.
     [[nodiscard]] std::string Describe() const;
@@ -64,8 +66,10 @@ public:
     [[nodiscard]] HRESULT CreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID iid,
                                          void** result) noexcept;
 
+    // As it was read.
     [[nodiscard]] const Description& GetDescription() const noexcept;
 
+    // At this moment.
     [[nodiscard]] OutstandingCounts Outstanding() const;
 
     // The last thousand method calls; how many calls no rule matched since the machine began.

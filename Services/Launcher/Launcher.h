@@ -55,6 +55,7 @@ public:
     [[nodiscard]] ZV_EXPORT std::wstring GetPackageFullNameByFamilyName(std::wstring familyName,
                                                                         std::shared_ptr<void> token) const;
 
+    // The folder of the package that the calling thread's user has.
     [[nodiscard]] ZV_EXPORT std::wstring GetPackageInstalledPathByFullName(std::wstring fullName) const;
     [[nodiscard]] ZV_EXPORT std::wstring GetPackageInstalledPathByFullName(std::wstring fullName,
                                                                            std::shared_ptr<void> token) const;
