@@ -70,6 +70,22 @@ std::filesystem::path WmicProgram()
     return std::filesystem::path{path.data()} / L"wbem" / L"wmic.exe";
 }
 
+// A program and its arguments.
+struct Call
+{
+    std::filesystem::path program;
+    std::wstring arguments;
+};
+
+void OverWmic(Report& report, const std::string& name, const std::wstring& wmiClass, const std::wstring& property,
+              const Call& call, const Aim& aim)
+{
+    report.Add(CompareSamples(
+                   name, [&] { return Run(call.program, call.arguments); },
+                   [&] { return Run(WmicProgram(), L"path " + wmiClass + L" get " + property); }, Rounds),
+               aim);
+}
+
 struct Question
 {
     std::string wmiClass;
@@ -81,14 +97,23 @@ void Ask(Report& report, const Question& question)
 {
     const std::wstring wmiClass{question.wmiClass.begin(), question.wmiClass.end()};
     const std::wstring property{question.property.begin(), question.property.end()};
-    report.Add(CompareSamples(
-                   question.wmiClass + " " + question.property + (question.json ? ", as JSON" : ""),
-                   [&] {
-                       return Run(BesideProgram(L"wmihost.exe"),
-                                  (question.json ? L"--json get " : L"get ") + wmiClass + L" " + property + L" --all");
-                   },
-                   [&] { return Run(WmicProgram(), L"path " + wmiClass + L" get " + property); }, Rounds),
-               {1, {}});
+    OverWmic(report, question.wmiClass + " " + question.property + (question.json ? ", as JSON" : ""), wmiClass,
+             property,
+             {BesideProgram(L"wmihost.exe"),
+              (question.json ? L"--json get " : L"get ") + wmiClass + L" " + property + L" --all"},
+             {1, {}});
+}
+
+// What bounds wmihost: the least program that asks the same, by itself and with the DLLs that the module needs.
+void AskPlainly(Report& report)
+{
+    const std::wstring wmiClass = L"Win32_BaseBoard";
+    const std::wstring property = L"Product";
+    const std::filesystem::path client = BesideProgram(L"PlainClient.exe");
+    const std::wstring question = wmiClass + L" " + property;
+    OverWmic(report, "plain client, Win32_BaseBoard Product", wmiClass, property, {client, question}, {});
+    OverWmic(report, "plain client with the DLLs that the module needs", wmiClass, property,
+             {client, question + L" EmptyModuleSameDlls.dll"}, {});
 }
 
 } // namespace
@@ -109,5 +134,6 @@ int main(int argumentCount, char** arguments)
         {
             Ask(report, question);
         }
+        AskPlainly(report);
     });
 }

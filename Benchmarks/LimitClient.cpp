@@ -22,11 +22,17 @@ using namespace Tessel::Server::Shared::WMI;
 
 constexpr LONG SemiSynchronous = WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY;
 
+[[noreturn]] void Fail(HRESULT hr)
+{
+    throw std::runtime_error{"a COM call of the limit client failed with " + std::to_string(hr)};
+}
+
+// By itself, so that it costs no call for each byte of an array.
 void Require(HRESULT hr)
 {
     if (FAILED(hr))
     {
-        throw std::runtime_error{"a COM call of the limit client failed with " + std::to_string(hr)};
+        Fail(hr);
     }
 }
 
@@ -179,9 +185,10 @@ std::vector<unsigned char> LimitClient::FirmwareCommand(const std::vector<unsign
         const SafeArray spare{SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(returnSize))};
         Variant data;
         Require(outBlock->Get(L"Data", 0, data.Address(), nullptr, nullptr));
+        SAFEARRAY* const array = data.ByteArray();
         for (LONG i = 0; i < static_cast<LONG>(returnSize); ++i)
         {
-            Require(SafeArrayGetElement(data.ByteArray(), &i, &bytes[static_cast<std::size_t>(i)]));
+            Require(SafeArrayGetElement(array, &i, &bytes[static_cast<std::size_t>(i)]));
         }
     }
     return bytes;

@@ -17,7 +17,14 @@ std::string Number(double value)
 {
     constexpr double leastShown = 1e-9; // a fit of a constant gives almost 0
     char text[40];
-    std::snprintf(text, sizeof text, "%.6g", std::fabs(value) < leastShown ? 0.0 : value);
+    if (value == std::trunc(value))
+    {
+        std::snprintf(text, sizeof text, "%.0f", value); // a count
+    }
+    else
+    {
+        std::snprintf(text, sizeof text, "%.6g", std::fabs(value) < leastShown ? 0.0 : value);
+    }
     return text;
 }
 
