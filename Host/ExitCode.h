@@ -7,14 +7,15 @@ namespace Zv::Host
 enum class ExitCode : int
 {
     Success = 0,
-    CommandFailed = 1,   // the module returned a result code other than 0
-    BadInput = 2,        // the command line or a request cannot be used
-    ModuleMissing = 3,   // WMIService.dll cannot be loaded or gives no service
-    InputOutput = 4,     // a file or stream cannot be read or written
-    TimedOut = 5,        // --timeout has run out
-    Interrupted = 6,     // Ctrl-C, or the console was closed, before what was asked for was done
-    FirmwareRefused = 7, // the firmware answered with a code other than 0, or without the bytes asked for
-    InternalError = 70,  // out of memory, or an error in wmihost itself
+    CommandFailed = 1,    // the module returned a result code other than 0
+    BadInput = 2,         // the command line or a request cannot be used
+    ModuleMissing = 3,    // WMIService.dll cannot be loaded or gives no service
+    InputOutput = 4,      // a file or stream cannot be read or written
+    TimedOut = 5,         // --timeout has run out
+    Interrupted = 6,      // Ctrl-C, or the console was closed, before what was asked for was done
+    FirmwareRefused = 7,  // the firmware answered with a code other than 0, or without the bytes asked for
+    SomethingMissing = 8, // doctor: this machine lacks something that the module works with
+    InternalError = 70,   // out of memory, or an error in wmihost itself
 };
 
 // The text of the list in --help.
@@ -27,6 +28,7 @@ inline constexpr char ExitCodeHelp[] = R"(Exit codes:
   5   --timeout has run out
   6   Ctrl-C came first; "events" that nothing else would end give 0
   7   the firmware refused, with a return code that is printed, or sent no bytes
+  8   "doctor" found something missing
   70  out of memory, or an error in wmihost itself)";
 
 } // namespace Zv::Host

@@ -49,6 +49,26 @@ bool HotkeyApp::ListensFor(int id) const noexcept
     return std::ranges::find(constants.hotkeyEventIds, id) != constants.hotkeyEventIds.end();
 }
 
+bool HotkeyApp::SupportsBoard(const std::optional<std::string>& board) const
+{
+    const auto& boards = constants.supportedBoardIds;
+    return boards.empty() ||
+           (board && std::ranges::any_of(boards, [&](const wchar_t* id) { return ToUtf8(id) == *board; }));
+}
+
+std::string HotkeyApp::WhyByBoard(const std::optional<std::string>& board) const
+{
+    if (constants.supportedBoardIds.empty())
+    {
+        return "it is supported on every board";
+    }
+    if (!board)
+    {
+        return "the board's id cannot be read";
+    }
+    return "board " + *board + (SupportsBoard(board) ? " is one of its" : " is none of " + BoardIds());
+}
+
 const std::array<HotkeyApp, HotkeyAppCount>& HotkeyApps() noexcept
 {
     static constexpr std::array<HotkeyApp, HotkeyAppCount> apps{

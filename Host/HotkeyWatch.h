@@ -8,6 +8,7 @@
 
 #include <array>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ struct HotkeyApp
     [[nodiscard]] std::string EventIds() const;
     [[nodiscard]] std::string BoardIds() const;
     [[nodiscard]] bool ListensFor(int id) const noexcept;
+    // Whether the module arms the app on that board, of which nothing is known when it cannot be read; and why.
+    [[nodiscard]] bool SupportsBoard(const std::optional<std::string>& board) const;
+    [[nodiscard]] std::string WhyByBoard(const std::optional<std::string>& board) const;
 };
 
 inline constexpr std::size_t HotkeyAppCount = 2;

@@ -44,19 +44,24 @@ Module::Module(const std::filesystem::path& path)
     }
 }
 
-std::filesystem::path Module::DefaultPath()
+std::filesystem::path Module::PathOf(HMODULE library)
 {
-    std::wstring program(MAX_PATH, L'\0');
+    std::wstring path(MAX_PATH, L'\0');
     for (;;)
     {
-        const DWORD length = GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-        if (length < program.size())
+        const DWORD length = GetModuleFileNameW(library, path.data(), static_cast<DWORD>(path.size()));
+        if (length < path.size())
         {
-            program.resize(length);
-            return std::filesystem::path{program}.parent_path() / L"WMIService.dll";
+            path.resize(length);
+            return path;
         }
-        program.resize(program.size() * 2);
+        path.resize(path.size() * 2);
     }
+}
+
+std::filesystem::path Module::DefaultPath()
+{
+    return PathOf(nullptr).parent_path() / L"WMIService.dll";
 }
 
 } // namespace Zv::Host

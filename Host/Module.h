@@ -22,6 +22,8 @@ public:
     Module& operator=(const Module&) = delete;
     ~Module() = default;
 
+    // Of a loaded library; null: of the program.
+    [[nodiscard]] static std::filesystem::path PathOf(HMODULE library);
     // Beside the program.
     [[nodiscard]] static std::filesystem::path DefaultPath();
 

@@ -70,10 +70,7 @@ std::vector<std::wstring> NamesOf(IWbemClassObject& object, LONG flags)
 WmiClient::WmiClient(Simulator::Machine* machine, const std::wstring& nameSpace)
 {
     ComPtr<IWbemLocator> locator;
-    HRESULT hr = machine != nullptr ? machine->CreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER,
-                                                              IID_IWbemLocator, locator.ReceiveVoid())
-                                    : CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER,
-                                                       IID_IWbemLocator, locator.ReceiveVoid());
+    HRESULT hr = CreateWmiObject(machine, CLSID_WbemLocator, CLSCTX_INPROC_SERVER, locator);
     if (SUCCEEDED(hr))
     {
         hr = locator->ConnectServer(Bstr{nameSpace.c_str()}.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr,

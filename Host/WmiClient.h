@@ -24,6 +24,16 @@ namespace Zv::Host
 // Of a system property, up to its first zero character: some systems leave several behind it.
 [[nodiscard]] std::wstring TextOf(IWbemClassObject& object, const wchar_t* property);
 
+// An object of WMI's, of this machine (null) or of a simulated one.
+template <class Interface>
+[[nodiscard]] HRESULT CreateWmiObject(Simulator::Machine* machine, REFCLSID classId, DWORD context,
+                                      Tessel::Server::Shared::WMI::ComPtr<Interface>& object)
+{
+    return machine != nullptr
+               ? machine->CreateInstance(classId, nullptr, context, __uuidof(Interface), object.ReceiveVoid())
+               : CoCreateInstance(classId, nullptr, context, __uuidof(Interface), object.ReceiveVoid());
+}
+
 // A namespace of this machine, or of a simulated one. The thread must be in COM.
 class WmiClient
 {

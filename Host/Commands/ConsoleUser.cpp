@@ -7,12 +7,16 @@ namespace Zv::Host
 
 using Tessel::Server::Services::Launcher;
 
-ConsoleUser::ConsoleUser(Environment& environment)
+bool ConsoleUser::HasPackages(Environment& environment)
 {
     static_cast<void>(environment.LoadedModule());
-    // Without them the module's calls would end the program.
-    if (environment.Simulated() == nullptr &&
-        GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "FindPackagesByPackageFamily") == nullptr)
+    return environment.Simulated() != nullptr ||
+           GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "FindPackagesByPackageFamily") != nullptr;
+}
+
+ConsoleUser::ConsoleUser(Environment& environment)
+{
+    if (!HasPackages(environment))
     {
         throw Failure{ExitCode::CommandFailed, "this system has no packages; --simulate FILE takes a machine that has"};
     }

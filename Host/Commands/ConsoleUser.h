@@ -16,6 +16,9 @@ namespace Zv::Host
 class ConsoleUser
 {
 public:
+    // Whether the module can ask for packages: without them its calls would end the program.
+    [[nodiscard]] static bool HasPackages(Environment& environment);
+
     // Throws Failure: ModuleMissing, or CommandFailed on a system that has no packages.
     explicit ConsoleUser(Environment& environment);
     ConsoleUser(const ConsoleUser&) = delete;

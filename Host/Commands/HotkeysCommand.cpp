@@ -1,3 +1,4 @@
+#include "Host/BoardId.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Commands/FirmwareEvent.h"
 #include "Host/Commands/StartedProcessText.h"
@@ -16,8 +17,6 @@ namespace Zv::Host
 
 namespace
 {
-
-using Zv::Tessel::Server::Services::FunctionNumber;
 
 constexpr char Details[] = R"(Starts the service as a host does at its start, shows which companion apps' hotkeys are
 armed and why or why not, and then presses keys: each --press is a firmware event, with
@@ -39,9 +38,6 @@ wmihost hotkeys --simulate machine.json --press 20:0xff0000 --press 21)";
 // How long the start of the service and each key may take.
 constexpr DWORD Limit = 30'000;
 constexpr std::chrono::milliseconds RetryTime{20};
-
-constexpr char BoardRequest[] =
-    R"({"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"})"; // as the module's own
 
 // Does something that may hang in the module, and ends the process if it does.
 void RunBounded(const Environment& environment, const std::string& what, const std::function<void()>& body)
@@ -71,17 +67,6 @@ void RunBounded(const Environment& environment, const std::string& what, const s
     interruption.Check();
 }
 
-// What the module asks of the machine before it arms an app.
-std::optional<std::string> ReadBoard(Session& session)
-{
-    const Reply reply = session.Execute(FunctionNumber::GetWmiPropertyValue, BoardRequest);
-    JsonDocument document;
-    document.Parse(reply.response.value_or("{}").c_str());
-    const bool isText = !document.HasParseError() && document.IsObject() && document.HasMember("result") &&
-                        document["result"].IsString();
-    return isText ? std::optional{PlainText(document["result"])} : std::nullopt;
-}
-
 // Whether an app's hotkeys are armed, and why or why not.
 struct Arming
 {
@@ -94,10 +79,9 @@ Arming ArmingOf(const HotkeyWatch& watch, std::size_t app, const std::optional<s
     const HotkeyApp& hotkeyApp = HotkeyApps()[app];
     const HotkeyWatch::App seen = watch.Of(app);
     const std::size_t all = hotkeyApp.constants.hotkeyEventIds.size();
-    const std::string boards = hotkeyApp.BoardIds();
     if (seen.notSupported)
     {
-        return {false, board ? "board " + *board + " is none of " + boards : "the board's id cannot be read"};
+        return {false, hotkeyApp.WhyByBoard(board)};
     }
     if (!seen.isRunning)
     {
@@ -108,7 +92,7 @@ Arming ArmingOf(const HotkeyWatch& watch, std::size_t app, const std::optional<s
         const std::string count = std::to_string(seen.stopped) + " of " + std::to_string(all) + " listeners gave up: ";
         return {seen.stopped < all, (seen.stopped < all ? count : "") + watch.WhyStopped(app)};
     }
-    return {true, boards.empty() ? "it is supported on every board" : "board " + board.value_or("") + " is one of its"};
+    return {true, hotkeyApp.WhyByBoard(board)};
 }
 
 // An armed module, on a simulated machine.
@@ -130,7 +114,7 @@ public:
     void Start()
     {
         RunBounded(m_environment, "the service's start", [this] {
-            m_board = ReadBoard(m_session);
+            m_board = ReadBoardId(m_session);
             m_service.startup_task();
         });
         // The listeners subscribe on threads of their own.

@@ -1,4 +1,5 @@
 #include "Host/ClassRecorder.h"
+#include "Host/ComMembership.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/DescriptionContents.h"
 #include "Host/Failure.h"
@@ -50,24 +51,6 @@ constexpr const char* UsualClasses[] = {
     "ROOT\\ZV\\InstrumentedBIOS:ZVBIOS_BIOSSettingInterface",
 };
 
-void CheckCom(const char* what, HRESULT status)
-{
-    if (FAILED(status))
-    {
-        throw Failure{ExitCode::InternalError, std::string{"cannot "} + what + ": " + StatusText(status)};
-    }
-}
-
-// A thread's membership in COM.
-class ComMembership
-{
-public:
-    ComMembership() { CheckCom("use COM", CoInitializeEx(nullptr, COINIT_MULTITHREADED)); }
-    ComMembership(const ComMembership&) = delete;
-    ComMembership& operator=(const ComMembership&) = delete;
-    ~ComMembership() { CoUninitialize(); }
-};
-
 class RecordCommand : public Command
 {
 public:
@@ -92,13 +75,7 @@ public:
     {
         const std::vector<Wanted> classes = WantedClasses();
         const ComMembership membership;
-        // WMI's providers act as the caller.
-        const HRESULT secured = CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT,
-                                                     RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr);
-        if (secured != RPC_E_TOO_LATE) // the module has said the same before, in a shell
-        {
-            CheckCom("set COM's security", secured);
-        }
+        ComMembership::SetProcessSecurity();
         std::optional<Simulator::Machine> machine;
         if (!environment.Options().simulateFile.empty())
         {

@@ -5,6 +5,7 @@
 #include "Services/Launcher/EnvironmentBlock.h"
 #include "Services/Launcher/Impersonation.h"
 #include "Services/Launcher/InheritedHandles.h"
+#include "Services/Launcher/SessionApi.h"
 #include "Shared/Handle.h"
 
 #include <userenv.h>
@@ -26,7 +27,6 @@ namespace
 constexpr wchar_t LoggingProvider[] = L"Zv-Tessel-SystemInformation";
 constexpr wchar_t AliasFolder[] = L"%userprofile%\\AppData\\Local\\Microsoft\\WindowsApps\\";
 
-constexpr char SessionApiSet[] = "ext-ms-win-session-wtsapi32-l1-1-0";
 constexpr DWORD NoConsoleSession = 0xFFFFFFFF;
 
 // With its terminator; the limit of process creation.
@@ -74,8 +74,7 @@ std::shared_ptr<void> Launcher::GetUserTokenForCurrentUser(_TOKEN_TYPE tokenType
     {
         if (m_logger != nullptr)
         {
-            m_logger->LogError(
-                L"Problem in GetUserTokenForCurrentUser. Dependencies is not available in this platform.");
+            m_logger->LogError(NoSessionApi);
         }
         return {};
     }

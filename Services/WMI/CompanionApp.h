@@ -6,6 +6,11 @@
 namespace Zv::Tessel::Server::Services::WMI
 {
 
+// Where the board's id stands in WMI, which decides whether an app is supported.
+inline constexpr wchar_t BoardIdProperty[] = L"Product";
+inline constexpr wchar_t BoardIdClass[] = L"Win32_BaseBoard";
+inline constexpr wchar_t BoardIdNamespace[] = L"ROOT\\CIMV2";
+
 struct CompanionApp
 {
     std::span<const wchar_t* const> supportedBoardIds; // none: the app is supported on every board

@@ -18,9 +18,9 @@ constexpr const wchar_t* PlatformIdFailed = L"getPlatformId() Failed to get the 
 JsonDocument PlatformIdRequest()
 {
     JsonDocument request{rapidjson::kObjectType};
-    request.AddMember(L"property", L"Product", request.GetAllocator());
-    request.AddMember(L"wmiClass", L"Win32_BaseBoard", request.GetAllocator());
-    request.AddMember(L"wmiNamespace", L"ROOT\\CIMV2", request.GetAllocator());
+    request.AddMember(L"property", BoardIdProperty, request.GetAllocator());
+    request.AddMember(L"wmiClass", BoardIdClass, request.GetAllocator());
+    request.AddMember(L"wmiNamespace", BoardIdNamespace, request.GetAllocator());
     return request;
 }
 

@@ -1,6 +1,7 @@
 #include "Services/WMI/ReadBiosWmiCommandParamsJson.h"
 
 #include "Shared/TypeName.h"
+#include "Shared/WMI/FirmwareNames.h"
 
 #include <windows.h>
 
@@ -16,8 +17,6 @@ namespace Zv::Tessel::Server::Services::WMI
 namespace
 {
 
-constexpr std::uint32_t ReturnDataSizes[] = {0, 4, 128, 1024, 4096};
-
 // The most base64 text that is looked at, in characters.
 constexpr std::size_t MaxInputTextLength = 8192;
 
@@ -31,7 +30,8 @@ ReadBiosWmiCommandParamsJson::ReadBiosWmiCommandParamsJson(JsonDocument* documen
     commandType = reader.Number(L"commandType", "commandType", CommandTypeMissing);
     inputDataSize = reader.Number(L"inputDataSize", "inputDataSize", InputDataSizeMissing);
     returnDataSize = reader.Number(L"returnDataSize", "returnDataSize", ReturnDataSizeMissing);
-    if (std::ranges::find(ReturnDataSizes, returnDataSize) == std::end(ReturnDataSizes))
+    if (std::ranges::find(Shared::WMI::FirmwareReturnSizes, returnDataSize) ==
+        std::end(Shared::WMI::FirmwareReturnSizes))
     {
         reader.Fail("returnDataSize", ReturnDataSizeInvalid);
     }

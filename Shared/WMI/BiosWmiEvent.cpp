@@ -3,6 +3,7 @@
 #include "Shared/TypeName.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
 #include "Shared/WMI/Bstr.h"
+#include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 #include "Shared/WMI/WmiConnection.h"
 
@@ -19,7 +20,6 @@ namespace
 constexpr const char* Method = "SetupSink"; // of every log line here
 
 constexpr const char* QueryLanguage = "WQL";
-constexpr const char* EventQuery = "SELECT * from zvqBEvnt";
 
 } // namespace
 
@@ -105,7 +105,7 @@ HRESULT BiosWmiEvent::Subscribe(const wchar_t* eventName, const wchar_t* logCont
         return hr;
     }
     const Bstr language{QueryLanguage};
-    const Bstr query{EventQuery};
+    const Bstr query{FirmwareEventQuery};
     hr = services->ExecNotificationQueryAsync(language.Get(), query.Get(), WBEM_FLAG_SEND_STATUS, nullptr,
                                               stubSink.Get());
     return Checked(hr, log, Method, L"ExecNotificationQueryAsync");

@@ -4,6 +4,7 @@
 
 #include "Shared/WMI/BoundedFormat.h"
 #include "Shared/WMI/Bstr.h"
+#include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 
 #include <algorithm>
@@ -14,12 +15,6 @@ namespace Zv::Tessel::Server::Shared::WMI
 namespace
 {
 
-// The firmware's names. The method class is written with a capital Z where its instances are enumerated and with a
-// small one where the class is fetched, as its clients have always done.
-constexpr const wchar_t* MethodClass = L"zvqBIntM";
-constexpr const wchar_t* MethodClassOfInstances = L"ZvqBIntM";
-constexpr const wchar_t* InputBlockClass = L"zvqBDataIn";
-constexpr const wchar_t* MethodNameFormat = L"zvqBIOSInt%ld"; // the number of bytes that it returns
 constexpr unsigned char Signature[] = {'S', 'E', 'C', 'U'};
 
 constexpr LONG SemiSynchronous = WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY;
@@ -69,7 +64,7 @@ HRESULT ZVBiosWmi::ExecuteCommand(std::uint32_t command, std::uint32_t commandTy
     }
 
     wchar_t methodNameText[30];
-    HRESULT hr = BoundedFormat(methodNameText, sizeof methodNameText, MethodNameFormat, returnDataSize);
+    HRESULT hr = BoundedFormat(methodNameText, sizeof methodNameText, FirmwareMethodNameFormat, returnDataSize);
     if (FAILED(hr))
     {
         return hr;
@@ -78,7 +73,7 @@ HRESULT ZVBiosWmi::ExecuteCommand(std::uint32_t command, std::uint32_t commandTy
 
     const ClassLog log = Log(logContext);
     ComPtr<IWbemClassObject> methodClass;
-    hr = GetClassObject(MethodClass, method, methodClass, logContext);
+    hr = GetClassObject(FirmwareMethodClass, method, methodClass, logContext);
     if (FAILED(hr))
     {
         return hr;
@@ -136,7 +131,7 @@ HRESULT ZVBiosWmi::SetupInputDataBlock(std::uint32_t command, std::uint32_t comm
     const ClassLog log = Log(logContext);
 
     ComPtr<IWbemClassObject> blockClass;
-    HRESULT hr = GetClassObject(InputBlockClass, method, blockClass, logContext);
+    HRESULT hr = GetClassObject(FirmwareInputClass, method, blockClass, logContext);
     if (FAILED(hr))
     {
         return hr;
@@ -221,7 +216,7 @@ HRESULT ZVBiosWmi::GetBiosMethodObjectPath(Variant& path, const wchar_t* logCont
     constexpr const char* method = "GetBiosMethodObjectPath";
     const ClassLog log = Log(logContext);
 
-    const Bstr className{MethodClassOfInstances};
+    const Bstr className{FirmwareMethodClassOfInstances};
     ComPtr<IEnumWbemClassObject> instances;
     HRESULT hr = m_services->CreateInstanceEnum(className.Get(), SemiSynchronous, nullptr, instances.Receive());
     hr = Checked(hr, instances.Get(), log, method, L"IWbemServices->CreateInstanceEnum(BiosWmiMethod)");

@@ -5,6 +5,7 @@
 #include "Services/ResultCode.h"
 #include "Shared/WMI/Bstr.h"
 #include "Shared/WMI/ComApartment.h"
+#include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 
 namespace Zv::Tessel::Server::Shared::WMI
@@ -12,11 +13,6 @@ namespace Zv::Tessel::Server::Shared::WMI
 
 namespace
 {
-
-constexpr const wchar_t* SettingsNamespace = L"ROOT\\ZV\\InstrumentedBIOS";
-constexpr const wchar_t* SettingsClass = L"ZVBIOS_BIOSSettingInterface";
-constexpr const wchar_t* ChangeMethod = L"SetBIOSSetting";
-constexpr const wchar_t* DefaultsMethod = L"SetSystemDefaults";
 
 constexpr LONG SemiSynchronous = WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY;
 
@@ -46,7 +42,7 @@ int PublicWmi::SetBiosPublicWmi(bool setDefaults, const wchar_t* name, const wch
 
     Variant path;
     ComPtr<IWbemClassObject> inParams;
-    const wchar_t* const methodName = setDefaults ? DefaultsMethod : ChangeMethod;
+    const wchar_t* const methodName = setDefaults ? SettingsDefaultsMethod : SettingsChangeMethod;
     if (FAILED(GetSettingInterfacePath(*services.Get(), path, logContext)) ||
         FAILED(SpawnMethodInput(*services.Get(), methodName, inParams, logContext)))
     {

@@ -12,9 +12,6 @@
 namespace Zv::Tessel::Server::Shared::WMI
 {
 
-// The namespace in which the firmware publishes its methods and events.
-inline constexpr const wchar_t* FirmwareNamespace = L"\\\\.\\root\\wmi";
-
 inline constexpr const wchar_t* ConnectServerCall = L"IWbemLocator->ConnectServer(WmiNamespace)";
 
 // Joins the calling thread to the multithreaded apartment. A failure (the thread is in a single-threaded one already)

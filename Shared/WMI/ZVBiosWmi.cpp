@@ -2,6 +2,7 @@
 
 #include "Shared/TypeName.h"
 #include "Shared/WMI/Bstr.h"
+#include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 #include "Shared/WMI/WmiConnection.h"
 
