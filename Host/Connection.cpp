@@ -1,5 +1,6 @@
 #include "Host/Connection.h"
 
+#include "Host/Trace/Imports.h"
 #include "Host/Utf.h"
 
 #include "Interception/LoadWatch.h"
@@ -27,21 +28,35 @@ Module& Connection::LoadedModule()
     const LegTimes::Leg loading{*m_times, "loading the module"};
     const std::filesystem::path path =
         m_modulePath.empty() ? Module::DefaultPath() : std::filesystem::path{ToUtf16(m_modulePath)};
-    if (m_simulateFile.empty())
-    {
-        m_module.emplace(path);
-    }
-    else
+    if (!m_simulateFile.empty())
     {
         m_simulation = std::make_unique<Simulation>(m_simulateFile, std::move(m_userOptions));
         m_simulated = m_simulation.get();
-        Interception::LoadWatch watch{path.filename().wstring(),
-                                      [this](HMODULE module) { m_simulation->Attach(module); }};
+    }
+    if (m_simulation || m_trace)
+    {
+        Interception::LoadWatch watch{path.filename().wstring(), [this](HMODULE module) { Redirect(module); }};
         m_module.emplace(path);
         watch.Rethrow();
     }
+    else
+    {
+        m_module.emplace(path);
+    }
     Interception::BindModuleExports(m_module->Library());
     return *m_module;
+}
+
+void Connection::Redirect(HMODULE module)
+{
+    if (m_simulation)
+    {
+        m_simulation->Attach(module);
+    }
+    if (m_trace)
+    {
+        Tracing::TraceImports(module, *m_trace); // and with them the simulated machine's
+    }
 }
 
 Session& Connection::OpenSession()

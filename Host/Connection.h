@@ -5,6 +5,7 @@
 #include "Host/Module.h"
 #include "Host/Session.h"
 #include "Host/Simulation.h"
+#include "Host/Trace/TraceOptions.h"
 
 #include <memory>
 #include <optional>
@@ -20,12 +21,14 @@ class Connection
 {
 public:
     // An empty path: beside the program. An empty file: this machine. The times get what its legs took, its end among
-    // them.
+    // them. Without trace options the module's calls are not traced.
     Connection(std::string modulePath, std::string simulateFile,
-               std::shared_ptr<LegTimes> times = std::make_shared<LegTimes>())
+               std::shared_ptr<LegTimes> times = std::make_shared<LegTimes>(),
+               std::optional<Tracing::TraceOptions> trace = {})
         : m_modulePath{std::move(modulePath)},
           m_simulateFile{std::move(simulateFile)},
-          m_times{std::move(times)}
+          m_times{std::move(times)},
+          m_trace{std::move(trace)}
     {
     }
     Connection(const Connection&) = delete;
@@ -46,9 +49,12 @@ public:
     [[nodiscard]] const std::shared_ptr<LegTimes>& Times() const noexcept { return m_times; }
 
 private:
+    void Redirect(HMODULE module); // its imports, when it is about to be initialised
+
     const std::string m_modulePath;
     const std::string m_simulateFile;
     const std::shared_ptr<LegTimes> m_times;
+    const std::optional<Tracing::TraceOptions> m_trace;
     std::optional<LegTimes::Leg> m_ending; // before what ends after it began
     Simulator::UserSessionOptions m_userOptions;
     std::optional<Module> m_module;

@@ -6,6 +6,7 @@
 #include "Host/Interruption.h"
 #include "Host/LogOutput.h"
 #include "Host/OutputFormat.h"
+#include "Host/Trace/TraceOptions.h"
 
 #include "Logging/Sinks.h"
 
@@ -27,7 +28,8 @@ struct GlobalOptions
     std::string modulePath;   // empty: beside the program
     std::string simulateFile; // description of a machine; empty: this machine
     std::optional<std::chrono::milliseconds> timeout;
-    bool time = false; // shows what each leg took
+    bool time = false;                          // shows what each leg took
+    std::optional<Tracing::TraceOptions> trace; // nothing: no trace is written
 
     // Either of the formats, for subcommands to which they are the same.
     [[nodiscard]] bool PrintsJson() const noexcept

@@ -196,27 +196,6 @@ private:
         return value;
     }
 
-    // The user's part of C:\Users\Robin\..., with single or doubled backslashes.
-    static std::wstring WithoutUserFolders(std::wstring text)
-    {
-        const std::wstring folders{UserFolders};
-        for (std::size_t begin = 0;;)
-        {
-            const std::wstring lower = Lower(text);
-            begin = lower.find(folders, begin);
-            if (begin == std::wstring::npos)
-            {
-                return text;
-            }
-            begin += folders.size();
-            const std::size_t end = std::min(lower.find_first_of(L"\\/\"';,", begin), text.size());
-            if (!IsOne(std::wstring_view{lower}.substr(begin, end - begin), SharedFolders))
-            {
-                text.replace(begin, end - begin, L"user");
-            }
-        }
-    }
-
     [[nodiscard]] std::wstring WithoutSecrets(std::wstring text) const
     {
         for (const auto& [secret, replacement] : m_replacements)
@@ -246,6 +225,31 @@ private:
 };
 
 } // namespace
+
+bool IsSecretName(std::wstring_view name)
+{
+    return ContainsOne(Lower(name), SecretNames);
+}
+
+std::wstring WithoutUserFolders(std::wstring text)
+{
+    const std::wstring folders{UserFolders};
+    for (std::size_t begin = 0;;)
+    {
+        const std::wstring lower = Lower(text);
+        begin = lower.find(folders, begin);
+        if (begin == std::wstring::npos)
+        {
+            return text;
+        }
+        begin = std::min(lower.find_first_not_of(L'\\', begin + folders.size()), text.size());
+        const std::size_t end = std::min(lower.find_first_of(L"\\/\"';,", begin), text.size());
+        if (!IsOne(std::wstring_view{lower}.substr(begin, end - begin), SharedFolders))
+        {
+            text.replace(begin, end - begin, L"user");
+        }
+    }
+}
 
 void Redact(Simulator::Description& description)
 {

@@ -1,10 +1,14 @@
 #include "Host/RunCommandLine.h"
 
+#include "Host/Commands/CommandTable.h"
 #include "Host/Interruption.h"
 #include "Host/Json.h"
 #include "Host/ResultCodes.h"
+#include "Host/Trace/TraceLog.h"
 
 #include <algorithm>
+#include <new>
+#include <optional>
 
 namespace Zv::Host
 {
@@ -43,6 +47,47 @@ ExitCode Run(Command& command, Environment& environment)
     }
 }
 
+// The trace of one command line and of those that it runs: complete whatever ends it.
+class TraceScope
+{
+public:
+    TraceScope(const std::optional<Tracing::TraceOptions>& options, Console& console)
+        : m_console{console},
+          m_isTraced{options.has_value()}
+    {
+        if (options)
+        {
+            Tracing::TraceLog::Start(*options, console);
+        }
+    }
+    TraceScope(const TraceScope&) = delete;
+    TraceScope& operator=(const TraceScope&) = delete;
+    ~TraceScope() { static_cast<void>(Ends()); }
+
+    // Whether all of the trace could be written.
+    [[nodiscard]] bool Ends() const noexcept
+    {
+        try
+        {
+            Tracing::TraceLog* const log = m_isTraced ? Tracing::TraceLog::Current() : nullptr;
+            const std::string problem = log != nullptr ? log->Finish() : std::string{};
+            if (!problem.empty())
+            {
+                m_console.WriteErrorLine(problem, Style::Error);
+            }
+            return problem.empty();
+        }
+        catch (const std::bad_alloc&)
+        {
+            return false; // nor is there memory to say so
+        }
+    }
+
+private:
+    Console& m_console;
+    const bool m_isTraced;
+};
+
 } // namespace
 
 void Report(Console& console, const GlobalOptions& options, const Failure& failure, const std::string& place)
@@ -80,23 +125,38 @@ ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& argum
     try
     {
         Command& command = line.Parse(arguments);
+        GlobalOptions changed = options;
+        if (const auto another = command.Another(changed); another && isAlone)
+        {
+            CommandLine inItsPlace{MakeCommands(), changed};
+            return RunCommandLine(inItsPlace, *another, console);
+        }
         if (isAlone)
         {
             console.UseColor(options.color);
         }
+        const TraceScope trace{isAlone ? options.trace : std::nullopt, console};
         const bool runsLines = command.RunsLines();
         const Interruption interruption{runsLines ? std::nullopt : options.timeout,
                                         [&](const Failure& failure) {
+                                            static_cast<void>(trace.Ends());
                                             Report(console, options, failure, context.place);
                                             ReportTimes(console, options, *times, begin);
                                             console.RestoreTerminal();
                                         },
                                         runsLines ? CtrlC::DoesNothing : CtrlC::Interrupts};
-        Environment environment{options, console, interruption,
-                                isAlone ? std::make_shared<Connection>(options.modulePath, options.simulateFile, times)
-                                        : context.connection,
-                                !isAlone};
-        code = Run(command, environment);
+        {
+            Environment environment{
+                options, console, interruption,
+                isAlone ? std::make_shared<Connection>(options.modulePath, options.simulateFile, times, options.trace)
+                        : context.connection,
+                !isAlone};
+            code = Run(command, environment);
+        }
+        if (!trace.Ends() && code == ExitCode::Success)
+        {
+            code = ExitCode::InputOutput;
+        }
         if (code != ExitCode::Success && !context.place.empty())
         {
             console.WriteErrorLine(context.place + command.Name() + " ended with exit code " +

@@ -8,6 +8,7 @@
 
 #include <CLI/App.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,10 @@ public:
 
     // Declares arguments and options; their values are members of the subcommand.
     virtual void Declare(CLI::App& parser) = 0;
+
+    // The arguments of another subcommand that is to run in the place of this one, with options that it has changed;
+    // nothing for one that runs itself. Throws Failure(BadInput).
+    [[nodiscard]] virtual std::optional<std::vector<std::string>> Another(GlobalOptions&) const { return std::nullopt; }
 
     // Throws Failure, or CommandFailure for a result code; returns an exit code where it has reported the failure.
     [[nodiscard]] virtual ExitCode Run(Environment& environment) = 0;

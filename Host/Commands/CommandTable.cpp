@@ -21,6 +21,7 @@ std::vector<std::unique_ptr<Command>> MakeCommands()
     commands.push_back(MakeCheckCommand());
     commands.push_back(MakeExplainCommand());
     commands.push_back(MakeDoctorCommand());
+    commands.push_back(MakeTraceCommand());
     commands.push_back(MakeShellCommand());
     commands.push_back(MakeCompletionCommand());
     commands.push_back(MakeCompleteCommand());

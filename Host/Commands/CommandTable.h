@@ -24,6 +24,7 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeCheckCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeExplainCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeDoctorCommand();
+[[nodiscard]] std::unique_ptr<Command> MakeTraceCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeShellCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeCompletionCommand();
 [[nodiscard]] std::unique_ptr<Command> MakeCompleteCommand();

@@ -183,7 +183,9 @@ private:
         Session& session = environment.OpenSession();
         const ComMembership membership;
         Simulation* const simulation = environment.Simulated();
-        add(WmiExamination{session, simulation != nullptr ? &simulation->Machine() : nullptr}.Result());
+        add(WmiExamination{session, simulation != nullptr ? &simulation->Machine() : nullptr,
+                           environment.GetInterruption()}
+                .Result());
         add(ExamineUser(environment));
         return findings;
     }

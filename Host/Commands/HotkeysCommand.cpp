@@ -5,6 +5,7 @@
 #include "Host/Failure.h"
 #include "Host/HotkeyWatch.h"
 #include "Host/Json.h"
+#include "Host/Trace/HostCalls.h"
 
 #include "Simulator/Worker.h"
 
@@ -115,6 +116,7 @@ public:
     {
         RunBounded(m_environment, "the service's start", [this] {
             m_board = ReadBoardId(m_session);
+            const Tracing::TracedCall call = Tracing::TraceOperation("startup_task");
             m_service.startup_task();
         });
         // The listeners subscribe on threads of their own.

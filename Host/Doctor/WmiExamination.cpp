@@ -75,7 +75,10 @@ std::string InstanceCount(const Reply& reply)
 
 } // namespace
 
-WmiExamination::WmiExamination(Session& session, Simulator::Machine* machine) : m_session{session}, m_machine{machine}
+WmiExamination::WmiExamination(Session& session, Simulator::Machine* machine, const Interruption& interruption)
+    : m_session{session},
+      m_machine{machine},
+      m_interruption{interruption}
 {
     ExamineBoard();
     ExamineCommands();
@@ -93,6 +96,7 @@ WmiExamination::Answer WmiExamination::AskForInstances(const wchar_t* nameSpace,
                                                                     .Add("wmiClass", ToUtf8(className))
                                                                     .Add("wmiNamespace", ToUtf8(nameSpace))
                                                                     .Text());
+    m_interruption.Check();
     switch (reply.code)
     {
     case Services::Success:
@@ -136,6 +140,7 @@ void WmiExamination::FindClass(const Subject& subject, State namespaceState, con
     {
         Add(subject.Unknown(failure.what()));
     }
+    m_interruption.Check();
 }
 
 void WmiExamination::ExamineBoard()

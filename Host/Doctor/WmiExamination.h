@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Host/Doctor/Finding.h"
+#include "Host/Interruption.h"
 #include "Host/Session.h"
 #include "Simulator/Machine.h"
 
@@ -17,7 +18,8 @@ namespace Zv::Host
 class WmiExamination
 {
 public:
-    WmiExamination(Session& session, Simulator::Machine* machine);
+    // Throws the interruption's failure when that comes meanwhile.
+    WmiExamination(Session& session, Simulator::Machine* machine, const Interruption& interruption);
 
     [[nodiscard]] const Findings& Result() const noexcept { return m_findings; }
 
@@ -47,6 +49,7 @@ private:
 
     Session& m_session;
     Simulator::Machine* m_machine;
+    const Interruption& m_interruption;
     std::optional<std::string> m_board;
     State m_firmwareNamespace = State::Unknown;
     std::string m_noEvents; // why none come; empty when they do

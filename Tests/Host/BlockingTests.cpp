@@ -38,6 +38,8 @@ const Question Questions[] = {
     {{"run", "16", "request.json"}, "missing key filter"},
     {{"events"}, nullptr},
     {{"hotkeys"}, "missing key filter"},
+    {{"doctor"}, "missing key filter"},
+    {{"trace", "get", "Win32_BIOS", "Name"}, "missing key filter"},
     {{"record", "--out", "recorded.json", "Win32_BIOS"}, nullptr},
 };
 

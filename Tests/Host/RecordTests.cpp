@@ -182,7 +182,7 @@ constexpr char Owned[] = R"json({"version":1,"name":"m","server":"PC-7","namespa
      "properties":{"Id":{"type":"string","key":true},"User":"ref","Path":"string","UserName":"string",
                    "Inner":"object:Zv_Setting"},
      "instances":[{"Id":"1","User":"\\\\PC-7\\root\\cimv2:Win32_UserAccount.Name=\"Robin\"",
-                   "Path":"c:\\users\\RobinG\\x;C:\\Users\\Public\\y;C:\\Users\\Titania","UserName":"PC-7\\Robin",
+                   "Path":"c:\\users\\RobinG\\x;C:\\Users\\Public\\y;C:\\Users\\Titania;D:\\\\Users\\\\Snout\\\\z","UserName":"PC-7\\Robin",
                    "Inner":{"Name":"Owner Name","Value":"Puck the Owner"}}]},
     {"name":"Zv_Service","properties":{"Name":{"type":"string","key":true},"StartName":"string"},
      "instances":[{"Name":"a","StartName":"LocalSystem"},{"Name":"b","StartName":"NT AUTHORITY\\LocalService"},
@@ -208,10 +208,11 @@ TEST(HostRecord, ReplacesSerialNumbersUserNamesAndPasswords)
 {
     const TemporaryFolder folder;
     const std::string text = RecordOwned(folder, {});
-    for (const char* const secret :
-         {"SN-4711-0815\"", "sn-4711-0815)", "Board SN", "SN-other-one", "4C4C4544", "INV-77", "83", "53 4e", "123456",
-          "\"Robin\"", "Goodfellow", "S-1-5-21-77", "Oberon", "Name=\\\"Robin", "RobinG", "Titania", "PC-7\\\\Robin",
-          "Puck", "Winter-2024"})
+    for (const char* const secret : {"SN-4711-0815\"", "sn-4711-0815)",  "Board SN",   "SN-other-one",
+                                     "4C4C4544",       "INV-77",         "83",         "53 4e",
+                                     "123456",         "\"Robin\"",      "Goodfellow", "S-1-5-21-77",
+                                     "Oberon",         "Name=\\\"Robin", "RobinG",     "Titania",
+                                     "Snout",          "PC-7\\\\Robin",  "Puck",       "Winter-2024"})
     {
         EXPECT_EQ(text.find(secret), std::string::npos) << secret << " in " << text;
     }
