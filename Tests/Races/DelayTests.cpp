@@ -1,12 +1,7 @@
 // Each call of a registration taking long, while its session ends.
-#include "Simulator/AutomationWatch.h"
-#include "Simulator/Machine.h"
 #include "Tests/Faults/ImportGate.h"
-#include "Tests/Support/Ledgers.h"
-#include "Tests/Support/Module.h"
-#include "Tests/Support/PlatformCalls.h"
+#include "Tests/Races/SimulatedModule.h"
 #include "Tests/Support/Text.h"
-#include "Tests/Support/Transcript.h"
 #include "Tests/Support/Watchdog.h"
 
 #include <gtest/gtest.h>
@@ -73,7 +68,7 @@ private:
     std::atomic<int> m_ended = 0;
 };
 
-class Delays : public ::testing::TestWithParam<bool>
+class Delays : public ::testing::TestWithParam<bool>, protected SimulatedModule
 {
 protected:
     Delays()
@@ -142,21 +137,8 @@ protected:
         {
             thread->join();
         }
-        EXPECT_EQ(machine.Subscriptions(), 0u);
-        EXPECT_EQ(machine.Outstanding().Total(), 0u) << machine.Outstanding().Describe();
-        EXPECT_EQ(Narrow(ledgers.Outstanding()), "");
-        transcript.Clear();
-        plan.Clear();
+        ExpectNothingLeft();
     }
-
-    Transcript transcript;
-    FaultPlan plan;
-    Ledgers ledgers;
-    Module module;
-    Simulator::Machine machine = Simulator::Machine::Load(std::string{ZV_MACHINES "/notebook.json"});
-    Service service{module};
-    const Simulator::AutomationWatch automation{machine, module.Handle()};
-    PlatformCalls calls{module.Handle(), transcript, plan, ledgers};
 };
 
 TEST_P(Delays, OfEachCallWhileTheRegistrationEndsHarmNobody)

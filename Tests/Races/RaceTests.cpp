@@ -2,15 +2,10 @@
 //   RaceTests.exe                       some hundred seeds
 //   RaceTests.exe --seeds FIRST COUNT   these
 #include "Logging/Logging.h"
-#include "Simulator/AutomationWatch.h"
-#include "Simulator/Machine.h"
 #include "Tests/Races/Scheduler.h"
 #include "Tests/Races/Seeds.h"
-#include "Tests/Support/Ledgers.h"
-#include "Tests/Support/Module.h"
-#include "Tests/Support/PlatformCalls.h"
+#include "Tests/Races/SimulatedModule.h"
 #include "Tests/Support/Text.h"
-#include "Tests/Support/Transcript.h"
 
 #include <gtest/gtest.h>
 
@@ -35,7 +30,7 @@ constexpr unsigned int Register = 4;
 constexpr unsigned int Unregister = 8;
 constexpr wchar_t Product[] = LR"({"property":"Product","wmiClass":"Win32_BaseBoard","wmiNamespace":"ROOT\\CIMV2"})";
 
-class Race : public ::testing::Test
+class Race : public ::testing::Test, protected SimulatedModule
 {
 protected:
     Race()
@@ -137,21 +132,9 @@ protected:
         EXPECT_TRUE(answers.contains(L"{\"result\":0}"));
         switches += scheduler.Switches();
         events += relayed;
-        EXPECT_EQ(machine.Subscriptions(), 0u);
-        EXPECT_EQ(machine.Outstanding().Total(), 0u) << machine.Outstanding().Describe();
-        EXPECT_EQ(Narrow(ledgers.Outstanding()), "");
-        transcript.Clear();
-        plan.Clear();
+        ExpectNothingLeft();
     }
 
-    Transcript transcript;
-    FaultPlan plan;
-    Ledgers ledgers;
-    Module module;
-    Simulator::Machine machine = Simulator::Machine::Load(std::string{ZV_MACHINES "/notebook.json"});
-    Service service{module};
-    const Simulator::AutomationWatch automation{machine, module.Handle()};
-    PlatformCalls calls{module.Handle(), transcript, plan, ledgers};
     std::size_t switches = 0;
     std::size_t events = 0;
 };
