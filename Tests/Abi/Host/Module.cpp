@@ -53,7 +53,7 @@ void Write(void** entry, void* value)
 struct Block
 {
     void* address;
-    int freed;
+    int freed;  // since it was last given out
     bool taken; // since the watch began
     bool held;
 };
@@ -99,6 +99,7 @@ void* Took(void* address)
     if (address != nullptr)
     {
         Block& block = Find(address);
+        block.freed = 0; // the heap gives addresses out again
         block.taken = true;
         block.held = true;
     }

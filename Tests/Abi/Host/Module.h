@@ -100,7 +100,7 @@ public:
     HeapWatch& operator=(const HeapWatch&) = delete;
     ~HeapWatch();
 
-    // How often a block at this address was freed since the watch began.
+    // How often the block that the heap last gave out at this address was freed since the watch began.
     int TimesFreed(const void* block) const;
     // Blocks taken and not given back since the watch began.
     int Outstanding() const;
