@@ -8,7 +8,7 @@
 #include "Benchmarks/Requests.h"
 #include "Benchmarks/Subject.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -5,7 +5,7 @@
 #include "Benchmarks/Registration.h"
 #include "Benchmarks/Report.h"
 #include "Benchmarks/Subject.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -3,7 +3,7 @@
 #include "Benchmarks/Measure.h"
 #include "Benchmarks/Paths.h"
 #include "Benchmarks/Report.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

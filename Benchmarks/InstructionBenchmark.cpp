@@ -10,7 +10,7 @@
 #include "Benchmarks/Registration.h"
 #include "Benchmarks/Report.h"
 #include "Benchmarks/Stepper.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -1,9 +1,9 @@
 #include "Benchmarks/LimitClient.h"
 
-#include "Shared/WMI/Bstr.h"
-#include "Shared/WMI/ComPtr.h"
-#include "Shared/WMI/SafeArray.h"
-#include "Shared/WMI/Variant.h"
+#include "Platform/Com/Bstr.h"
+#include "Platform/Com/ComPtr.h"
+#include "Platform/Com/SafeArray.h"
+#include "Platform/Com/Variant.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 // neither reads nor writes JSON.
 #pragma once
 
-#include "Shared/WMI/ComPtr.h"
+#include "Platform/Com/ComPtr.h"
 #include "Simulator/Machine.h"
 
 #include <wbemcli.h>

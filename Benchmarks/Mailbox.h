@@ -2,8 +2,8 @@
 // module's, and neither COM nor JSON around it.
 #pragma once
 
-#include "Shared/Handle.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Lock.h"
 
 #include <functional>
 #include <thread>

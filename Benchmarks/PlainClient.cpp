@@ -2,9 +2,9 @@
 // DLL, it loads that first.
 //   usage: PlainClient CLASS PROPERTY [DLL]
 
-#include "Shared/WMI/Bstr.h"
-#include "Shared/WMI/ComPtr.h"
-#include "Shared/WMI/Variant.h"
+#include "Platform/Com/Bstr.h"
+#include "Platform/Com/ComPtr.h"
+#include "Platform/Com/Variant.h"
 
 #include <windows.h>
 

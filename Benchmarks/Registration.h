@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Benchmarks/Subject.h"
-#include "Shared/WMI/ComPtr.h"
+#include "Platform/Com/ComPtr.h"
 
 #include <wbemcli.h>
 

@@ -3,7 +3,7 @@
 #include "Host/Json.h"
 #include "Host/Utf.h"
 
-#include "Services/WMI/CompanionApp.h"
+#include "Services/WMI/Hotkeys/CompanionApp.h"
 
 namespace Zv::Host
 {

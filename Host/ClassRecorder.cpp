@@ -3,9 +3,9 @@
 #include "Host/Failure.h"
 #include "Host/Utf.h"
 
-#include "Shared/WMI/Bstr.h"
-#include "Shared/WMI/SafeArray.h"
-#include "Shared/WMI/Variant.h"
+#include "Platform/Com/Bstr.h"
+#include "Platform/Com/SafeArray.h"
+#include "Platform/Com/Variant.h"
 #include "Shared/WMI/WmiCall.h"
 #include "Simulator/CimTypes.h"
 #include "Simulator/ObjectPath.h"

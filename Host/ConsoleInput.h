@@ -4,7 +4,7 @@
 #include "Host/Interruption.h"
 #include "Host/PendingCommand.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <cstddef>
 #include <optional>

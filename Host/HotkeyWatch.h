@@ -4,7 +4,7 @@
 #include "Host/ProblemWatch.h"
 
 #include "Logging/Sinks.h"
-#include "Services/WMI/CompanionApp.h"
+#include "Services/WMI/Hotkeys/CompanionApp.h"
 
 #include <array>
 #include <mutex>

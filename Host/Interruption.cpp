@@ -1,7 +1,7 @@
 #include "Host/Interruption.h"
 
-#include "Shared/Handle.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Lock.h"
 #include "Simulator/Worker.h"
 
 #include <atomic>

@@ -4,7 +4,7 @@
 #include "Host/Interruption.h"
 #include "Host/Session.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -4,7 +4,7 @@
 #include "Host/SystemError.h"
 #include "Host/Utf.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
 #include "Host/ResultCodes.h"
 
-#include "Services/ResultCode.h"
+#include "Shared/Contract/ResultCode.h"
 
 #include <algorithm>
 #include <array>

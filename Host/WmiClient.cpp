@@ -5,9 +5,9 @@
 #include "Host/ResultCodes.h"
 #include "Host/Utf.h"
 
-#include "Shared/WMI/Bstr.h"
-#include "Shared/WMI/SafeArray.h"
-#include "Shared/WMI/Variant.h"
+#include "Platform/Com/Bstr.h"
+#include "Platform/Com/SafeArray.h"
+#include "Platform/Com/Variant.h"
 #include "Shared/WMI/WmiCall.h"
 
 namespace Zv::Host

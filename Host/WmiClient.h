@@ -1,7 +1,7 @@
 // WMI as the host itself reads it, not through the module.
 #pragma once
 
-#include "Shared/WMI/ComPtr.h"
+#include "Platform/Com/ComPtr.h"
 #include "Simulator/Machine.h"
 
 #include <windows.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Logging/Sinks.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 
 #include "Logging/LogWriter.h"
 #include "Logging/StreamSink.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

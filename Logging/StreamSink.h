@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Logging/Sinks.h"
-#include "Shared/Handle.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Lock.h"
 
 #include <windows.h>
 

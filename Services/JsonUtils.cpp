@@ -2,8 +2,8 @@
 
 #include "Services/CheckedCopy.h"
 #include "Services/UtilHelper.h"
-#include "Shared/ClassLog.h"
-#include "Shared/TypeName.h"
+#include "Shared/Log/ClassLog.h"
+#include "Shared/Log/TypeName.h"
 
 #include <cmath>
 

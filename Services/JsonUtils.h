@@ -1,7 +1,7 @@
 // Typed access to the members of a request document.
 #pragma once
 
-#include "Services/JsonDocument.h"
+#include "Shared/Json/JsonDocument.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #include "Services/UtilHelper.h"
 
-#include "Shared/ClassLog.h"
-#include "Shared/TypeName.h"
+#include "Shared/Log/ClassLog.h"
+#include "Shared/Log/TypeName.h"
 
 namespace Zv::Tessel::Server::Services
 {

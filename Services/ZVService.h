@@ -11,8 +11,8 @@
 //     service->EndSession(&session);
 #pragma once
 
-#include "Services/ProgressCallback.h"
-#include "Services/ResultCode.h"
+#include "Shared/Contract/ProgressCallback.h"
+#include "Shared/Contract/ResultCode.h"
 
 #include <cstddef>
 #include <new>

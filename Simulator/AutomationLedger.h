@@ -1,7 +1,7 @@
 // Books of the BSTRs and SAFEARRAYs that a machine handed out.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 // The gate that every call on a machine passes: counts it, records it on request, and lets faults strike.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Simulator/Description.h"
 #include "Simulator/Site.h"
 #include "Simulator/StatusNames.h"

@@ -1,7 +1,7 @@
 // Base of the simulator's COM objects: reference count and accounting.
 #pragma once
 
-#include "Shared/WMI/ComPtr.h"
+#include "Platform/Com/ComPtr.h"
 #include "Simulator/Core.h"
 
 #include <unknwn.h>

@@ -1,7 +1,7 @@
 // A control channel: lets another process send events to a simulated machine.
 #pragma once
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 #include "Simulator/Worker.h"
 
 #include <windows.h>

@@ -1,8 +1,8 @@
 // Delivers a machine's events to the sinks that subscribed to them.
 #pragma once
 
-#include "Shared/Lock.h"
-#include "Shared/WMI/ComPtr.h"
+#include "Platform/Windows/Lock.h"
+#include "Platform/Com/ComPtr.h"
 #include "Simulator/Description.h"
 #include "Simulator/Worker.h"
 #include "Simulator/WqlFilter.h"

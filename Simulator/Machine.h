@@ -1,7 +1,7 @@
 // A simulated machine: a description that has come to life.
 #pragma once
 
-#include "Shared/WMI/ComPtr.h"
+#include "Platform/Com/ComPtr.h"
 #include "Simulator/CallGate.h"
 #include "Simulator/Description.h"
 #include "Simulator/DescriptionError.h"

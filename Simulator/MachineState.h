@@ -1,7 +1,7 @@
 // What changes while a machine runs: instances, settings and how often rules have answered.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Simulator/Description.h"
 
 #include <deque>

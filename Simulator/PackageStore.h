@@ -1,7 +1,7 @@
 // The packages of a simulated machine, asked the way the platform's package functions are.
 #pragma once
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Simulator/Description.h"
 
 #include <vector>

@@ -1,7 +1,7 @@
 #include "Simulator/UserSession.h"
 
 #include "Interception/ImportTable.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Simulator/UserSessionState.h"
 
 #include <userenv.h>

@@ -1,6 +1,6 @@
 #include "Simulator/UserSessionState.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <algorithm>
 #include <cwchar>

@@ -1,7 +1,7 @@
 // What the calls of one simulated user session work on.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Simulator/PackageStore.h"
 #include "Simulator/UserEnvironment.h"
 #include "Simulator/UserSession.h"

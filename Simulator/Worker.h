@@ -1,7 +1,7 @@
 // A thread that is waited for, but not for ever.
 #pragma once
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -6,8 +6,8 @@ include(CMakePackageConfigHelpers)
 add_library(WMIServiceInterface INTERFACE)
 target_compile_features(WMIServiceInterface INTERFACE cxx_std_20)
 target_sources(WMIServiceInterface INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES
-  ${PROJECT_SOURCE_DIR}/Services/ProgressCallback.h
-  ${PROJECT_SOURCE_DIR}/Services/ResultCode.h
+  ${PROJECT_SOURCE_DIR}/Shared/Contract/ProgressCallback.h
+  ${PROJECT_SOURCE_DIR}/Shared/Contract/ResultCode.h
   ${PROJECT_SOURCE_DIR}/Services/ZVService.h)
 set_target_properties(WMIServiceInterface PROPERTIES EXPORT_NAME Interface)
 

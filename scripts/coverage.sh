@@ -50,7 +50,7 @@ for program in "${programs[@]:1}"; do
     mv "$counters/sum" "$counters/all"
 done
 cp -r "$counters/all/." $build/
-gcovr --gcov-executable x86_64-w64-mingw32-gcov-posix --root . --filter Services/ --filter Shared/ \
+gcovr --gcov-executable x86_64-w64-mingw32-gcov-posix --root . --filter Services/ --filter Shared/ --filter Platform/ \
     --exclude-throw-branches --exclude-unreachable-branches --json $build/coverage.json \
     --json-summary $build/coverage-summary.json $build/Services
 python3 scripts/coverage-report.py $build/coverage.json $build/coverage-summary.json docs/coverage.md

@@ -8,8 +8,8 @@ source scripts/setup.sh
 
 headers=(
     Services/ZVService.h
-    Services/ResultCode.h
-    Services/ProgressCallback.h
+    Shared/Contract/ResultCode.h
+    Shared/Contract/ProgressCallback.h
     Services/Launcher/Launcher.h
     Logging/Logging.h
     Logging/Sinks.h

@@ -21,7 +21,7 @@ case ${1:-} in
     if [[ $# -gt 0 ]]; then
         sources=("$@")
     else
-        mapfile -t sources < <(git ls-files 'Services/*.cpp' 'Shared/*.cpp' 'Logging/*.cpp' 'Interception/*.cpp' \
+        mapfile -t sources < <(git ls-files 'Services/*.cpp' 'Shared/*.cpp' 'Platform/*.cpp' 'Logging/*.cpp' 'Interception/*.cpp' \
             'Simulator/*.cpp' 'Host/*.cpp')
     fi
     # The compiler's own warnings are GCC's business.

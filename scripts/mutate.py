@@ -7,7 +7,7 @@ usage: mutate.py [--count N] [--seed S] [--list] [FILE...]
   --count N   how many mutants, 20 by default
   --seed S    chooses them; the same seed chooses the same ones of the same sources. Default: of the clock
   --list      only says which
-  FILE        sources to change; by default all of Services/ and Shared/ that are not headers
+  FILE        sources to change; by default all of Services/, Shared/ and Platform/ that are not headers
 
 The tree must have no changes of its own and be built with the preset linux-mingw: each change is made in place and taken
 back. A mutant that does not compile, or that gives the same machine code, does not count. Nor does one that changes
@@ -137,7 +137,7 @@ def main():
     options = arguments.parse_args()
 
     files = [ROOT / name for name in options.files] or sorted(
-        [*ROOT.glob("Services/**/*.cpp"), *ROOT.glob("Shared/**/*.cpp")])
+        [*ROOT.glob("Services/**/*.cpp"), *ROOT.glob("Shared/**/*.cpp"), *ROOT.glob("Platform/**/*.cpp")])
     candidates = [(path, *mutant) for path in files for mutant in mutants_of(path)]
     random.Random(options.seed).shuffle(candidates)
     print(f"seed {options.seed}: {len(candidates)} mutants to choose from")
@@ -147,7 +147,7 @@ def main():
         return 0
 
     if subprocess.run(["git", "diff", "--quiet", "--", "Services", "Shared"], cwd=ROOT, check=False).returncode != 0:
-        sys.exit("Services/ or Shared/ has changes: commit them first.")
+        sys.exit("Services/, Shared/ or Platform/ has changes: commit them first.")
     programs = [name for name in PROGRAMS if (BUILD / "tests" / (name + ".exe")).exists()]
     if not build():
         sys.exit("The module does not build.")

@@ -2,7 +2,7 @@
 
 #include "Host/Utf.h"
 
-#include "Services/ResultCode.h"
+#include "Shared/Contract/ResultCode.h"
 
 namespace Zv::Host
 {

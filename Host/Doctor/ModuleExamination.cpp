@@ -3,7 +3,7 @@
 #include "Host/Module.h"
 #include "Host/Utf.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

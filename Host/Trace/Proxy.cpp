@@ -3,7 +3,7 @@
 #include "Host/Trace/Interfaces.h"
 #include "Host/Trace/Traced.h"
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <map>
 #include <memory>

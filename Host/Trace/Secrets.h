@@ -1,7 +1,7 @@
 // What a trace must not show.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <set>
 #include <string>

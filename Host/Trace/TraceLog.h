@@ -4,8 +4,8 @@
 #include "Host/Console.h"
 #include "Host/Trace/Secrets.h"
 #include "Host/Trace/TraceOptions.h"
-#include "Shared/Handle.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Lock.h"
 
 #include "Logging/Sinks.h"
 

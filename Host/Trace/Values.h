@@ -3,7 +3,7 @@
 
 #include "Host/Trace/Function.h"
 #include "Host/Trace/Proxy.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 #include <windows.h>
 

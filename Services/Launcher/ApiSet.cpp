@@ -1,6 +1,6 @@
 #include "Services/Launcher/ApiSet.h"
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 #include <winternl.h>
 

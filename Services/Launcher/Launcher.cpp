@@ -6,7 +6,7 @@
 #include "Services/Launcher/Impersonation.h"
 #include "Services/Launcher/InheritedHandles.h"
 #include "Services/Launcher/SessionApi.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <userenv.h>
 #include <wtsapi32.h>

@@ -3,7 +3,7 @@
 #include "Services/Launcher/Impersonation.h"
 #include "Services/Launcher/Launcher.h"
 #include "Services/Launcher/PackageInfo.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 #include <algorithm>
 #include <cstddef>

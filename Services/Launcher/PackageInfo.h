@@ -1,7 +1,7 @@
 // Owner of an open package description.
 #pragma once
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 namespace Zv::Tessel::Server::Services
 {

@@ -4,7 +4,7 @@
 #include "Services/WMI/EventRegistration.h"
 #include "Services/WMI/EventResult.h"
 #include "Services/WMI/HandlerEdge.h"
-#include "Services/WMI/ReadFilterBiosEventJason.h"
+#include "Services/WMI/Records/ReadFilterBiosEventJason.h"
 #include "Services/WMI/WMIService.h"
 #include "Services/WMI/WMIServiceContext.h"
 

@@ -1,10 +1,10 @@
 // One call of the command that relays firmware events.
 #pragma once
 
-#include "Services/JsonDocument.h"
-#include "Services/ProgressCallback.h"
+#include "Shared/Json/JsonDocument.h"
+#include "Shared/Contract/ProgressCallback.h"
 #include "Services/WMI/EventResult.h"
-#include "Shared/ClassLog.h"
+#include "Shared/Log/ClassLog.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
 
 #include <windows.h>

@@ -1,7 +1,7 @@
 // Member "result" of the responses of functions 4 and 8. Clients compare the numbers.
 #pragma once
 
-#include "Services/JsonDocument.h"
+#include "Shared/Json/JsonDocument.h"
 
 namespace Zv::Tessel::Server::Services::WMI
 {

@@ -3,11 +3,11 @@
 #include "Services/WMI/WMIService.h"
 
 #include "Services/CheckedCopy.h"
-#include "Services/JsonText.h"
+#include "Shared/Json/JsonText.h"
 #include "Services/UtilHelper.h"
 #include "Services/WMI/HandlerEdge.h"
 #include "Services/WMI/WMIServiceContext.h"
-#include "Shared/HostCall.h"
+#include "Platform/GccRuntime/HostCall.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // Where what a command handler throws becomes its result code.
 #pragma once
 
-#include "Services/ResultCode.h"
+#include "Shared/Contract/ResultCode.h"
 
 namespace Zv::Tessel::Server::Services::WMI
 {

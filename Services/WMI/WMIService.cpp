@@ -1,8 +1,8 @@
 #include "Services/WMI/WMIService.h"
 
-#include "Services/WMI/SetupHotkeyEventAppLauncher.h"
+#include "Services/WMI/Hotkeys/SetupHotkeyEventAppLauncher.h"
 #include "Services/WMI/WMIServiceContext.h"
-#include "Shared/TypeName.h"
+#include "Shared/Log/TypeName.h"
 
 #include <cstring>
 #include <memory>

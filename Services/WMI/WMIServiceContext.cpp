@@ -2,7 +2,7 @@
 
 #include "Services/CheckedCopy.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
-#include "Shared/WMI/Uuid.h"
+#include "Platform/Windows/Uuid.h"
 
 namespace Zv::Tessel::Server::Services::WMI
 {

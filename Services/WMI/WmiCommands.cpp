@@ -1,13 +1,13 @@
 // Handlers of the commands that query WMI, talk to the firmware's method class and change its settings.
 
 #include "Services/WMI/HandlerEdge.h"
-#include "Services/WMI/ReadBiosWmiCommandParamsJson.h"
-#include "Services/WMI/ReadGetWmiClassObjectTextParamsJason.h"
-#include "Services/WMI/ReadGetWmiPropertyValueParamsJason.h"
-#include "Services/WMI/ReadSetBiosSettingParamsJason.h"
-#include "Services/WMI/ReadSetBiosSystemDefaultsParamsJason.h"
+#include "Services/WMI/Records/ReadBiosWmiCommandParamsJson.h"
+#include "Services/WMI/Records/ReadGetWmiClassObjectTextParamsJason.h"
+#include "Services/WMI/Records/ReadGetWmiPropertyValueParamsJason.h"
+#include "Services/WMI/Records/ReadSetBiosSettingParamsJason.h"
+#include "Services/WMI/Records/ReadSetBiosSystemDefaultsParamsJason.h"
 #include "Services/WMI/WMIService.h"
-#include "Services/WMI/WriteBiosWmiCommandReturnsJson.h"
+#include "Services/WMI/Records/WriteBiosWmiCommandReturnsJson.h"
 
 #include "Services/UtilHelper.h"
 #include "Shared/WMI/PublicWmi.h"

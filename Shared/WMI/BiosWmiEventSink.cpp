@@ -1,8 +1,8 @@
 #include "Shared/WMI/BiosWmiEventSink.h"
 
-#include "Shared/TypeName.h"
-#include "Shared/WMI/BoundedFormat.h"
-#include "Shared/WMI/Variant.h"
+#include "Shared/Log/TypeName.h"
+#include "Platform/Windows/BoundedFormat.h"
+#include "Platform/Com/Variant.h"
 #include "Shared/WMI/WmiCall.h"
 
 #include <algorithm>

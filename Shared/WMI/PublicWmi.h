@@ -2,11 +2,11 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Services/JsonDocument.h"
-#include "Services/ProgressCallback.h"
-#include "Shared/ClassLog.h"
-#include "Shared/WMI/ComPtr.h"
-#include "Shared/WMI/Variant.h"
+#include "Shared/Json/JsonDocument.h"
+#include "Shared/Contract/ProgressCallback.h"
+#include "Shared/Log/ClassLog.h"
+#include "Platform/Com/ComPtr.h"
+#include "Platform/Com/Variant.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 // Checking the outcome of WMI calls.
 #pragma once
 
-#include "Shared/ClassLog.h"
+#include "Shared/Log/ClassLog.h"
 
 #include <windows.h>
 

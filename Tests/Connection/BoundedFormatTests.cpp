@@ -1,6 +1,6 @@
 // Formatting into a buffer of fixed size. The module does not export it: this program compiles it.
 
-#include "Shared/WMI/BoundedFormat.h"
+#include "Platform/Windows/BoundedFormat.h"
 
 #include <gtest/gtest.h>
 

@@ -17,13 +17,13 @@ READ = re.compile(r'reader\.(?:(Number|RequiredText|Text)\(L"(\w+)", "\w+", (\w+
 
 
 def codes():
-    header = (ROOT / "Services/ResultCode.h").read_text()
+    header = (ROOT / "Shared/Contract/ResultCode.h").read_text()
     return {name: code for name, code in re.findall(r"(\w+) = (0x2000\w+)", header)}
 
 
 def keys_of(record):
     """[(key, type, result code or None)]"""
-    source = (ROOT / "Services/WMI" / f"{record}.cpp").read_text()
+    source = (ROOT / "Services/WMI/Records" / f"{record}.cpp").read_text()
     for kind, key, code, optional, event in READ.findall(source):
         if optional:
             yield optional.lower(), "string", None
@@ -42,8 +42,8 @@ def rows_of(reference, section):
 
 def main():
     reference = (ROOT / "docs/reference.md").read_text()
-    records = {path.stem for path in (ROOT / "Services/WMI").glob("Read*Params*.cpp")}
-    records |= {path.stem for path in (ROOT / "Services/WMI").glob("ReadFilter*.cpp")}
+    records = {path.stem for path in (ROOT / "Services/WMI/Records").glob("Read*Params*.cpp")}
+    records |= {path.stem for path in (ROOT / "Services/WMI/Records").glob("ReadFilter*.cpp")}
     problems = [f"of no section: {record}" for record in records.symmetric_difference(SECTIONS)]
     for record, section in SECTIONS.items():
         read, rows = list(keys_of(record)), rows_of(reference, section)

@@ -2,8 +2,8 @@
 //   EnduranceTests.exe             a short run
 //   EnduranceTests.exe --million   a million commands and a million events
 #include "Logging/Logging.h"
-#include "Shared/Handle.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Lock.h"
 #include "Tests/Endurance/Slope.h"
 #include "Tests/Endurance/Workload.h"
 #include "Tests/Support/Ledgers.h"

@@ -1,6 +1,6 @@
 #include "Tests/Events/EventTest.h"
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Tests/Support/Text.h"
 
 namespace Zv::Testing

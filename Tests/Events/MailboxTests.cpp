@@ -3,7 +3,7 @@
 
 #include "Tests/Events/EventTest.h"
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 namespace Zv::Testing
 {

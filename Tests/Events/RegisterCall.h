@@ -1,7 +1,7 @@
 // A register command on a thread of its own.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Tests/Support/Module.h"
 
 #include <cstddef>

@@ -2,7 +2,7 @@
 
 #include "Tests/Events/EventTest.h"
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 #include <stdexcept>
 

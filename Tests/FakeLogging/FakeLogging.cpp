@@ -1,7 +1,7 @@
 #include "Tests/FakeLogging/FakeLogging.h"
 
 #include "Logging/Logging.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <array>
 #include <cstdarg>

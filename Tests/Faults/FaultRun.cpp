@@ -1,7 +1,7 @@
 #include "Tests/Faults/FaultRun.h"
 
 #include "Logging/Logging.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 #include "Tests/Faults/Campaign.h"
 #include "Tests/Faults/Scenario.h"
 #include "Tests/Support/Ledgers.h"

@@ -1,6 +1,6 @@
 #include "Tests/Faults/Stage.h"
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Tests/Support/Text.h"
 
 #include <objbase.h>

@@ -2,7 +2,7 @@
 
 #include "Interception/ImportTable.h"
 #include "Logging/Logging.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Tests/Support/Text.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "Host/HResults.h"
 #include "Host/ResultCodes.h"
 
-#include "Services/ResultCode.h"
+#include "Shared/Contract/ResultCode.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "TemporaryFolder.h"
 
 #include "Host/Utf.h"
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <gtest/gtest.h>
 

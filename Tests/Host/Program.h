@@ -3,7 +3,7 @@
 
 #include "TemporaryFolder.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Tests/Hotkeys/ConsoleUser.h"
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Tests/Support/FillText.h"
 #include "Tests/Support/Text.h"
 

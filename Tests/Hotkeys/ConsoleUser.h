@@ -1,7 +1,7 @@
 // The user at the console, with companion apps installed.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Tests/Support/PlatformCalls.h"
 
 #include <cstddef>

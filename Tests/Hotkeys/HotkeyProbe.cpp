@@ -4,7 +4,7 @@
 #include "Interception/ImportTable.h"
 #include "Logging/Logging.h"
 #include "Services/ZVService.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Simulator/Machine.h"
 #include "Simulator/UserSession.h"
 #include "Tests/Support/Counter.h"

@@ -1,7 +1,7 @@
 #include "Tests/Hotkeys/HotkeyTest.h"
 
 #include "Logging/Logging.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Tests/FakeLogging/FakeLogging.h"
 
 #include <process.h>

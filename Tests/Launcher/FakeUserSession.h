@@ -1,7 +1,7 @@
 // A console user with packages, behind the module's imports.
 #pragma once
 
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Tests/Support/PlatformCalls.h"
 
 #include <array>

@@ -12,7 +12,7 @@
 #include "Interception/ModuleExports.h"
 #include "Logging/Logging.h"
 #include "Services/Launcher/Launcher.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Simulator/UserSession.h"
 #include "Tests/Support/Module.h"
 #include "Tests/Support/Text.h"

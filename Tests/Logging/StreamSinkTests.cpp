@@ -1,6 +1,6 @@
 #include "Recorder.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Lets threads take turns, in an order that a seed chooses.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Tests/Faults/ImportGate.h"
 
 #include <cstddef>

@@ -1,9 +1,9 @@
 // A client of a simulated machine, with what tests need to speak COM in one line.
 #pragma once
 
-#include "Shared/WMI/Bstr.h"
-#include "Shared/WMI/ComPtr.h"
-#include "Shared/WMI/Variant.h"
+#include "Platform/Com/Bstr.h"
+#include "Platform/Com/ComPtr.h"
+#include "Platform/Com/Variant.h"
 #include "Simulator/Machine.h"
 
 #include <windows.h>

@@ -1,7 +1,7 @@
 // A client's event sink that keeps what it was told.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <windows.h>
 

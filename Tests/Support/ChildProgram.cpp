@@ -1,6 +1,6 @@
 #include "Tests/Support/ChildProgram.h"
 
-#include "Shared/Handle.h"
+#include "Platform/Windows/Handle.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Services/ZVService.h"
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <functional>
 #include <string>

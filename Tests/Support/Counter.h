@@ -1,7 +1,7 @@
 // Something that happens on one thread and that another waits for.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 namespace Zv::Testing
 {

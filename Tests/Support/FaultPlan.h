@@ -1,7 +1,7 @@
 // Which calls are to fail, and how often each call site was reached.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 // impersonation.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 
 #include <windows.h>
 

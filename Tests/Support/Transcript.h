@@ -1,7 +1,7 @@
 // What the module did, in order: platform calls, calls of scripted COM objects, and log lines.
 #pragma once
 
-#include "Shared/Lock.h"
+#include "Platform/Windows/Lock.h"
 #include "Tests/FakeLogging/FakeLogging.h"
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "Services/ProgressCallback.h"
+#include "Shared/Contract/ProgressCallback.h"
 #include "Tests/Support/CountingCallback.h"
 
 #include <gtest/gtest.h>

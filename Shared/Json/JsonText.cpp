@@ -1,0 +1,96 @@
+#include "Shared/Json/JsonText.h"
+
+#include "Services/CheckedCopy.h"
+
+#include <rapidjson/reader.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cwchar>
+
+namespace Zv::Tessel::Server::Services
+{
+
+namespace
+{
+
+using Size = rapidjson::SizeType;
+
+// What builds a document while its text is parsed: passes everything on to the document, and ends the parse where the
+// text is nested too deeply.
+class BoundedBuilder
+{
+public:
+    explicit BoundedBuilder(JsonDocument& document) noexcept : m_document{document} {}
+
+    bool Null() { return m_document.Null(); }
+    bool Bool(bool value) { return m_document.Bool(value); }
+    bool Int(int value) { return m_document.Int(value); }
+    bool Uint(unsigned int value) { return m_document.Uint(value); }
+    bool Int64(std::int64_t value) { return m_document.Int64(value); }
+    bool Uint64(std::uint64_t value) { return m_document.Uint64(value); }
+    bool Double(double value) { return m_document.Double(value); }
+    bool RawNumber(const wchar_t* text, Size length, bool copy) { return m_document.RawNumber(text, length, copy); }
+    bool String(const wchar_t* text, Size length, bool copy) { return m_document.String(text, length, copy); }
+    bool Key(const wchar_t* text, Size length, bool copy) { return m_document.Key(text, length, copy); }
+    bool StartObject() { return Enter() && m_document.StartObject(); }
+    bool EndObject(Size count) { return Leave() && m_document.EndObject(count); }
+    bool StartArray() { return Enter() && m_document.StartArray(); }
+    bool EndArray(Size count) { return Leave() && m_document.EndArray(count); }
+
+private:
+    bool Enter() noexcept { return ++m_depth <= MaxJsonDepth; }
+    bool Leave() noexcept
+    {
+        --m_depth;
+        return true;
+    }
+
+    JsonDocument& m_document;
+    unsigned int m_depth = 0;
+};
+
+} // namespace
+
+bool ParseJson(const wchar_t* text, JsonDocument& document)
+{
+    // Parsed in place, in a copy that belongs to the document: its texts stay where they are, and the parser needs no
+    // memory to put them together.
+    const std::size_t size = std::wcslen(text) + 1;
+    auto* const copy = static_cast<wchar_t*>(document.GetAllocator().Malloc(size * sizeof(wchar_t)));
+    std::wmemcpy(copy, text, size);
+
+    ThrowingAllocator heap;
+    rapidjson::GenericReader<JsonEncoding, JsonEncoding, ThrowingAllocator> reader{&heap};
+    bool parsed = false;
+    const auto parse = [&](JsonDocument& target) {
+        rapidjson::GenericInsituStringStream<JsonEncoding> stream{copy};
+        BoundedBuilder builder{target};
+        parsed = !reader.Parse<rapidjson::kParseInsituFlag>(stream, builder).IsError();
+        return parsed;
+    };
+    document.Populate(parse);
+    return parsed;
+}
+
+void WriteJson(const JsonValue& value, JsonStringBuffer& text)
+{
+    // What the writer keeps of each level lies on the thread's stack, as long as the levels are few.
+    alignas(std::max_align_t) std::byte first[1024];
+    ThrowingAllocator heap;
+    JsonAllocator levels{first, sizeof first, JsonChunkSize, &heap};
+    JsonWriter writer{text, &levels};
+    value.Accept(writer);
+}
+
+std::unique_ptr<wchar_t[]> ToJsonText(const JsonValue& value)
+{
+    JsonStringBuffer text;
+    WriteJson(value, text);
+    const std::size_t size = Length(text) + 1;
+    auto copy = std::make_unique<wchar_t[]>(size);
+    CheckedCopy(copy.get(), size, text.GetString());
+    return copy;
+}
+
+} // namespace Zv::Tessel::Server::Services
