@@ -7,9 +7,9 @@
 #include "Platform/Com/SafeArray.h"
 #include "Platform/Com/Variant.h"
 #include "Shared/WMI/WmiCall.h"
-#include "Simulator/CimTypes.h"
-#include "Simulator/ObjectPath.h"
-#include "Simulator/VariantConversion.h"
+#include "Simulator/Cim/CimTypes.h"
+#include "Simulator/Cim/ObjectPath.h"
+#include "Simulator/Com/VariantConversion.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,7 @@
 
 #include "Host/WmiClient.h"
 
-#include "Simulator/Description.h"
+#include "Simulator/Description/Description.h"
 
 #include <memory>
 #include <string>

@@ -3,7 +3,7 @@
 
 #include "Host/Json.h"
 
-#include "Simulator/Description.h"
+#include "Simulator/Description/Description.h"
 
 #include <cstddef>
 #include <string>

@@ -3,7 +3,7 @@
 
 #include "Host/ExitCode.h"
 
-#include "Simulator/DescriptionError.h"
+#include "Simulator/Description/DescriptionError.h"
 
 #include <stdexcept>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include "Platform/Windows/Handle.h"
 #include "Platform/Windows/Lock.h"
-#include "Simulator/Worker.h"
+#include "Simulator/State/Worker.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Keeps what tells about a machine's owner out of a recorded description.
 #pragma once
 
-#include "Simulator/Description.h"
+#include "Simulator/Description/Description.h"
 
 #include <string>
 #include <string_view>

@@ -3,7 +3,7 @@
 
 #include "Interception/Redirection.h"
 #include "Simulator/Machine.h"
-#include "Simulator/UserSession.h"
+#include "Simulator/User/UserSession.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 #include "Simulator/AutomationWatch.h"
 
 #include "Interception/ImportTable.h"
-#include "Simulator/Core.h"
+#include "Simulator/Com/Core.h"
 #include "Simulator/Machine.h"
 
 #include <oleauto.h>

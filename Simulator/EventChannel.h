@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Platform/Windows/Handle.h"
-#include "Simulator/Worker.h"
+#include "Simulator/State/Worker.h"
 
 #include <windows.h>
 

@@ -1,10 +1,10 @@
 #include "Simulator/Machine.h"
 
-#include "Simulator/CimTypes.h"
-#include "Simulator/Core.h"
-#include "Simulator/Locator.h"
-#include "Simulator/NodeReader.h"
-#include "Simulator/UnsecuredApartment.h"
+#include "Simulator/Cim/CimTypes.h"
+#include "Simulator/Com/Core.h"
+#include "Simulator/Com/Locator.h"
+#include "Simulator/Description/NodeReader.h"
+#include "Simulator/Com/UnsecuredApartment.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "Platform/Com/ComPtr.h"
-#include "Simulator/CallGate.h"
-#include "Simulator/Description.h"
-#include "Simulator/DescriptionError.h"
-#include "Simulator/MachineState.h"
-#include "Simulator/References.h"
+#include "Simulator/State/CallGate.h"
+#include "Simulator/Description/Description.h"
+#include "Simulator/Description/DescriptionError.h"
+#include "Simulator/State/MachineState.h"
+#include "Simulator/State/References.h"
 
 #include <windows.h>
 

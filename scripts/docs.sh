@@ -18,8 +18,8 @@ headers=(
     Interception/ModuleExports.h
     Interception/Redirection.h
     Simulator/AutomationWatch.h
-    Simulator/DescriptionError.h
-    Simulator/DescriptionWriter.h
+    Simulator/Description/DescriptionError.h
+    Simulator/Description/DescriptionWriter.h
     Simulator/Machine.h
 )
 

@@ -7,7 +7,7 @@
 #include "Host/Json.h"
 #include "Host/Trace/HostCalls.h"
 
-#include "Simulator/Worker.h"
+#include "Simulator/State/Worker.h"
 
 #include <exception>
 #include <functional>

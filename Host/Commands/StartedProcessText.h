@@ -1,7 +1,7 @@
 // How programs that were started for a simulated user are shown.
 #pragma once
 
-#include "Simulator/UserSession.h"
+#include "Simulator/User/UserSession.h"
 
 #include <string>
 

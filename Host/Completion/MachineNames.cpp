@@ -3,7 +3,7 @@
 #include "Host/Utf.h"
 #include "Host/WmiClient.h"
 
-#include "Simulator/Worker.h"
+#include "Simulator/State/Worker.h"
 
 #include <algorithm>
 #include <exception>

@@ -2,7 +2,7 @@
 
 #include "Host/Utf.h"
 
-#include "Simulator/CimModel.h"
+#include "Simulator/Cim/CimModel.h"
 
 #include <algorithm>
 #include <filesystem>

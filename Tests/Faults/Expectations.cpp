@@ -1,6 +1,6 @@
 #include "Tests/Faults/Expectations.h"
 
-#include "Simulator/StatusNames.h"
+#include "Simulator/Cim/StatusNames.h"
 #include "Tests/Support/Text.h"
 
 #include <algorithm>

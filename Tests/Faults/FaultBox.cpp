@@ -1,6 +1,6 @@
 #include "Tests/Faults/FaultBox.h"
 
-#include "Simulator/Site.h"
+#include "Simulator/Description/Site.h"
 #include "Tests/Support/Text.h"
 
 #include <cerrno>

@@ -3,7 +3,7 @@
 
 #include "Simulator/AutomationWatch.h"
 #include "Simulator/Machine.h"
-#include "Simulator/UserSession.h"
+#include "Simulator/User/UserSession.h"
 #include "Tests/Faults/FaultBox.h"
 #include "Tests/Support/Ledgers.h"
 #include "Tests/Support/ModuleHeap.h"

@@ -1,6 +1,6 @@
 #include "Tests/Faults/WaysToFail.h"
 
-#include "Simulator/StatusNames.h"
+#include "Simulator/Cim/StatusNames.h"
 #include "Tests/Support/Text.h"
 
 #include <wbemcli.h>

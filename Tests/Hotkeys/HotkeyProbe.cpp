@@ -6,7 +6,7 @@
 #include "Services/ZVService.h"
 #include "Platform/Windows/WindowsDeclarations.h"
 #include "Simulator/Machine.h"
-#include "Simulator/UserSession.h"
+#include "Simulator/User/UserSession.h"
 #include "Tests/Support/Counter.h"
 #include "Tests/Support/Module.h"
 #include "Tests/Support/Watchdog.h"

@@ -13,7 +13,7 @@
 #include "Logging/Logging.h"
 #include "Services/Launcher/Launcher.h"
 #include "Platform/Windows/WindowsDeclarations.h"
-#include "Simulator/UserSession.h"
+#include "Simulator/User/UserSession.h"
 #include "Tests/Support/Module.h"
 #include "Tests/Support/Text.h"
 #include "Tests/Support/Transcript.h"

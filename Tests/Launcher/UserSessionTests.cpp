@@ -4,7 +4,7 @@
 #include "Logging/Logging.h"
 #include "Services/Launcher/Launcher.h"
 #include "Simulator/Machine.h"
-#include "Simulator/UserSession.h"
+#include "Simulator/User/UserSession.h"
 #include "Tests/Support/ChildProgram.h"
 #include "Tests/Support/Module.h"
 #include "Tests/Support/Text.h"

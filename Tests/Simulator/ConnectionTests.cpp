@@ -1,7 +1,7 @@
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/References.h"
-#include "Simulator/StatusNames.h"
+#include "Simulator/State/References.h"
+#include "Simulator/Cim/StatusNames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "Tests/Simulator/BadDescriptions.h"
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/DescriptionError.h"
+#include "Simulator/Description/DescriptionError.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "Simulator/DescriptionWriter.h"
+#include "Simulator/Description/DescriptionWriter.h"
 
 #include "Simulator/Machine.h"
-#include "Simulator/MofText.h"
+#include "Simulator/Cim/MofText.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #include "Tests/Simulator/Sink.h"
 #include "Tests/Support/Watchdog.h"
 
-#include "Simulator/StatusNames.h"
-#include "Simulator/Worker.h"
+#include "Simulator/Cim/StatusNames.h"
+#include "Simulator/State/Worker.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include "Tests/Support/Watchdog.h"
 
 #include "Simulator/AutomationWatch.h"
-#include "Simulator/StatusNames.h"
-#include "Simulator/Worker.h"
+#include "Simulator/Cim/StatusNames.h"
+#include "Simulator/State/Worker.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The firmware method class and the settings class, driven as the module drives them.
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/StatusNames.h"
+#include "Simulator/Cim/StatusNames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // What queries answer: the text after WHERE, and the rows or the status that come of it.
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/StatusNames.h"
-#include "Simulator/WqlFilter.h"
+#include "Simulator/Cim/StatusNames.h"
+#include "Simulator/Wql/WqlFilter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // The published schema against what the simulator itself accepts.
 #include "Tests/Simulator/BadDescriptions.h"
 
-#include "Simulator/CimTypes.h"
+#include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Machine.h"
-#include "Simulator/Site.h"
+#include "Simulator/Description/Site.h"
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

@@ -1,0 +1,135 @@
+#include "Simulator/Com/Enumerator.h"
+
+#include "Simulator/Com/ClassObject.h"
+#include "Simulator/Cim/StatusNames.h"
+
+#include <algorithm>
+
+namespace Zv::Simulator
+{
+
+namespace
+{
+
+constexpr LONG NoLimit = -1; // WBEM_INFINITE, whose type differs between compilers
+
+} // namespace
+
+using Tessel::Server::Shared::LockGuard;
+
+Enumerator::Enumerator(CorePtr core, ResultSetPtr results, bool forwardOnly, std::size_t position)
+    : ComObject{std::move(core)},
+      m_results{std::move(results)},
+      m_forwardOnly{forwardOnly},
+      m_position{position}
+{
+}
+
+HRESULT Enumerator::QueryInterface(REFIID iid, void** result)
+{
+    return QueryProxy<IEnumWbemClassObject>(Gate(), SharedCore(), Site::EnumeratorQueryInterface, *this, m_blanket, iid,
+                                            result);
+}
+
+HRESULT Enumerator::Reset()
+{
+    return Gate().Call(Site::EnumeratorReset, m_results->className, [&]() -> HRESULT {
+        if (m_forwardOnly)
+        {
+            return Status(WBEM_E_INVALID_OPERATION);
+        }
+        const LockGuard guard{m_lock};
+        m_position = 0;
+        return m_results->status;
+    });
+}
+
+HRESULT Enumerator::Next(LONG timeout, ULONG count, IWbemClassObject** objects, ULONG* returned)
+{
+    if (returned != nullptr)
+    {
+        *returned = 0;
+    }
+    if (count == 0 || objects == nullptr || returned == nullptr || (timeout < 0 && timeout != NoLimit))
+    {
+        return Status(WBEM_E_INVALID_PARAMETER);
+    }
+    std::fill_n(objects, count, nullptr);
+    // Not through the gate's own Call: a delay longer than the time-out is a time-out, not a long wait.
+    return CallGate::Protect([&]() -> HRESULT {
+        const CallGate::Effect effect = Gate().Enter(Site::EnumeratorNext, m_results->className);
+        const std::size_t record =
+            Gate().IsRecording() ? Gate().Record(Site::EnumeratorNext, m_results->className, std::to_wstring(timeout))
+                                 : CallGate::NoRecord;
+        const DWORD limit = timeout == NoLimit ? INFINITE : static_cast<DWORD>(timeout);
+        HRESULT status = Status(WBEM_S_TIMEDOUT);
+        if (Gate().Wait(effect.delay, effect.hang, limit))
+        {
+            status = effect.Decides() ? effect.status : Fetch(count, objects, *returned);
+        }
+        Gate().Finish(record, status);
+        return status;
+    });
+}
+
+HRESULT Enumerator::Fetch(ULONG count, IWbemClassObject** objects, ULONG& returned)
+{
+    if (FAILED(m_results->status))
+    {
+        return m_results->status;
+    }
+    const LockGuard guard{m_lock};
+    const std::size_t left = m_results->objects.size() - m_position;
+    const std::size_t taken = std::min<std::size_t>(count, left);
+    std::vector<ComPtr<IWbemClassObject>> made(taken);
+    for (std::size_t i = 0; i < taken; ++i)
+    {
+        made[i] = Present(SharedCore(), m_results->objects[m_position + i]);
+    }
+    for (std::size_t i = 0; i < taken; ++i)
+    {
+        objects[i] = made[i].Detach();
+    }
+    m_position += taken;
+    returned = static_cast<ULONG>(taken);
+    return taken == count ? S_OK : Status(WBEM_S_FALSE);
+}
+
+HRESULT Enumerator::NextAsync(ULONG, IWbemObjectSink*)
+{
+    return Status(WBEM_E_NOT_SUPPORTED);
+}
+
+HRESULT Enumerator::Clone(IEnumWbemClassObject** copy)
+{
+    return Gate().Call(Site::EnumeratorClone, m_results->className, [&]() -> HRESULT {
+        if (copy == nullptr)
+        {
+            return Status(WBEM_E_INVALID_PARAMETER);
+        }
+        *copy = nullptr;
+        if (m_forwardOnly)
+        {
+            return Status(WBEM_E_INVALID_OPERATION);
+        }
+        const LockGuard guard{m_lock};
+        *copy = MakeObject<Enumerator>(SharedCore(), m_results, m_forwardOnly, m_position).Detach();
+        return S_OK;
+    });
+}
+
+HRESULT Enumerator::Skip(LONG, ULONG count)
+{
+    return Gate().Call(Site::EnumeratorSkip, m_results->className, [&]() -> HRESULT {
+        if (FAILED(m_results->status))
+        {
+            return m_results->status;
+        }
+        const LockGuard guard{m_lock};
+        const std::size_t skipped = std::min<std::size_t>(count, m_results->objects.size() - m_position);
+        m_position += skipped;
+        return skipped == count ? S_OK : Status(WBEM_S_FALSE);
+    });
+}
+
+} // namespace Zv::Simulator
