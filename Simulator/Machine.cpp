@@ -3,8 +3,8 @@
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Com/Core.h"
 #include "Simulator/Com/Locator.h"
-#include "Simulator/Description/NodeReader.h"
 #include "Simulator/Com/UnsecuredApartment.h"
+#include "Simulator/Description/NodeReader.h"
 
 #include <cerrno>
 #include <cstdio>

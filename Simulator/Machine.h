@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Platform/Com/ComPtr.h"
-#include "Simulator/State/CallGate.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/Description/DescriptionError.h"
+#include "Simulator/State/CallGate.h"
 #include "Simulator/State/MachineState.h"
 #include "Simulator/State/References.h"
 

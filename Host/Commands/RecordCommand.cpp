@@ -9,8 +9,8 @@
 #include "Host/Simulation.h"
 #include "Host/Utf.h"
 
-#include "Simulator/Description/DescriptionWriter.h"
 #include "Simulator/Cim/ObjectPath.h"
+#include "Simulator/Description/DescriptionWriter.h"
 
 #include <algorithm>
 #include <iterator>

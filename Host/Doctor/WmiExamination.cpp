@@ -8,8 +8,8 @@
 #include "Host/Utf.h"
 #include "Host/WmiClient.h"
 
-#include "Services/WMI/Hotkeys/CompanionApp.h"
 #include "Platform/Windows/BoundedFormat.h"
+#include "Services/WMI/Hotkeys/CompanionApp.h"
 #include "Shared/WMI/FirmwareNames.h"
 
 #include <algorithm>

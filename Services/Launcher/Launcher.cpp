@@ -1,12 +1,12 @@
 #include "Services/Launcher/Launcher.h"
 
+#include "Platform/Windows/Handle.h"
 #include "Services/Launcher/ApiSet.h"
 #include "Services/Launcher/BufferText.h"
 #include "Services/Launcher/EnvironmentBlock.h"
 #include "Services/Launcher/Impersonation.h"
 #include "Services/Launcher/InheritedHandles.h"
 #include "Services/Launcher/SessionApi.h"
-#include "Platform/Windows/Handle.h"
 
 #include <userenv.h>
 #include <wtsapi32.h>

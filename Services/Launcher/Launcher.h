@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Shared/Contract/Export.h"
 #include "Platform/Windows/Lock.h"
+#include "Shared/Contract/Export.h"
 
 #include <windows.h>
 

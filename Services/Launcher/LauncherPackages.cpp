@@ -1,9 +1,9 @@
 // The package queries of Launcher.
+#include "Platform/Windows/WindowsDeclarations.h"
 #include "Services/Launcher/BufferText.h"
 #include "Services/Launcher/Impersonation.h"
 #include "Services/Launcher/Launcher.h"
 #include "Services/Launcher/PackageInfo.h"
-#include "Platform/Windows/WindowsDeclarations.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,13 +1,13 @@
 #include "Services/WMI/EventRegistration.h"
 
-#include "Shared/Json/JsonText.h"
-#include "Shared/Contract/ResultCode.h"
-#include "Services/WMI/Records/ReadFilterBiosEventJason.h"
-#include "Services/WMI/WMIServiceContext.h"
+#include "Platform/Com/ComError.h"
 #include "Platform/GccRuntime/HostCall.h"
 #include "Platform/Windows/Lock.h"
-#include "Platform/Com/ComError.h"
 #include "Platform/Windows/WindowsDeclarations.h"
+#include "Services/WMI/Records/ReadFilterBiosEventJason.h"
+#include "Services/WMI/WMIServiceContext.h"
+#include "Shared/Contract/ResultCode.h"
+#include "Shared/Json/JsonText.h"
 
 #include <exception>
 #include <new>

@@ -1,9 +1,9 @@
 // One call of the command that relays firmware events.
 #pragma once
 
-#include "Shared/Json/JsonDocument.h"
-#include "Shared/Contract/ProgressCallback.h"
 #include "Services/WMI/EventResult.h"
+#include "Shared/Contract/ProgressCallback.h"
+#include "Shared/Json/JsonDocument.h"
 #include "Shared/Log/ClassLog.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
 

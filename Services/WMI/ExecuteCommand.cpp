@@ -2,12 +2,12 @@
 
 #include "Services/WMI/WMIService.h"
 
+#include "Platform/GccRuntime/HostCall.h"
 #include "Services/CheckedCopy.h"
-#include "Shared/Json/JsonText.h"
 #include "Services/UtilHelper.h"
 #include "Services/WMI/HandlerEdge.h"
 #include "Services/WMI/WMIServiceContext.h"
-#include "Platform/GccRuntime/HostCall.h"
+#include "Shared/Json/JsonText.h"
 
 #include <algorithm>
 #include <cstddef>

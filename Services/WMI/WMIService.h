@@ -2,10 +2,10 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Shared/Json/JsonDocument.h"
 #include "Services/ZVService.h"
-#include "Shared/Log/ClassLog.h"
 #include "Shared/Contract/Export.h"
+#include "Shared/Json/JsonDocument.h"
+#include "Shared/Log/ClassLog.h"
 
 #include <cstdint>
 #include <vector>

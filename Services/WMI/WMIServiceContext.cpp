@@ -1,8 +1,8 @@
 #include "Services/WMI/WMIServiceContext.h"
 
+#include "Platform/Windows/Uuid.h"
 #include "Services/CheckedCopy.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
-#include "Platform/Windows/Uuid.h"
 
 namespace Zv::Tessel::Server::Services::WMI
 {

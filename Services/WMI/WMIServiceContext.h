@@ -1,9 +1,9 @@
 // The object behind a session handle.
 #pragma once
 
-#include "Shared/Contract/Export.h"
 #include "Platform/Windows/Handle.h"
 #include "Platform/Windows/Lock.h"
+#include "Shared/Contract/Export.h"
 #include "Shared/WMI/BiosWmiEvent.h"
 
 #include <atomic>

@@ -6,8 +6,8 @@
 #include "Services/WMI/Records/ReadGetWmiPropertyValueParamsJason.h"
 #include "Services/WMI/Records/ReadSetBiosSettingParamsJason.h"
 #include "Services/WMI/Records/ReadSetBiosSystemDefaultsParamsJason.h"
-#include "Services/WMI/WMIService.h"
 #include "Services/WMI/Records/WriteBiosWmiCommandReturnsJson.h"
+#include "Services/WMI/WMIService.h"
 
 #include "Services/UtilHelper.h"
 #include "Shared/WMI/PublicWmi.h"

@@ -1,8 +1,8 @@
 #include "Shared/WMI/BiosWmiEvent.h"
 
+#include "Platform/Com/Bstr.h"
 #include "Shared/Log/TypeName.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
-#include "Platform/Com/Bstr.h"
 #include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 #include "Shared/WMI/WmiConnection.h"

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Shared/Log/ClassLog.h"
-#include "Platform/Windows/Lock.h"
 #include "Platform/Com/ComPtr.h"
+#include "Platform/Windows/Lock.h"
+#include "Shared/Log/ClassLog.h"
 
 #include <windows.h>
 

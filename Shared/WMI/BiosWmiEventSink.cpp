@@ -1,8 +1,8 @@
 #include "Shared/WMI/BiosWmiEventSink.h"
 
-#include "Shared/Log/TypeName.h"
-#include "Platform/Windows/BoundedFormat.h"
 #include "Platform/Com/Variant.h"
+#include "Platform/Windows/BoundedFormat.h"
+#include "Shared/Log/TypeName.h"
 #include "Shared/WMI/WmiCall.h"
 
 #include <algorithm>

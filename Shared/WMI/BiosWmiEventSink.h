@@ -2,10 +2,10 @@
 #pragma once
 
 #include "Logging/Logging.h"
+#include "Platform/Com/ComPtr.h"
+#include "Platform/Windows/Lock.h"
 #include "Shared/Json/JsonDocument.h"
 #include "Shared/Log/ClassLog.h"
-#include "Platform/Windows/Lock.h"
-#include "Platform/Com/ComPtr.h"
 
 #include <windows.h>
 

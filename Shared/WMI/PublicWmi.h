@@ -2,11 +2,11 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Shared/Json/JsonDocument.h"
-#include "Shared/Contract/ProgressCallback.h"
-#include "Shared/Log/ClassLog.h"
 #include "Platform/Com/ComPtr.h"
 #include "Platform/Com/Variant.h"
+#include "Shared/Contract/ProgressCallback.h"
+#include "Shared/Json/JsonDocument.h"
+#include "Shared/Log/ClassLog.h"
 
 #include <windows.h>
 

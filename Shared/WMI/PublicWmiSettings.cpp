@@ -2,9 +2,9 @@
 
 #include "Shared/WMI/PublicWmi.h"
 
-#include "Shared/Contract/ResultCode.h"
 #include "Platform/Com/Bstr.h"
 #include "Platform/Com/ComApartment.h"
+#include "Shared/Contract/ResultCode.h"
 #include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 

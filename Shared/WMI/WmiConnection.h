@@ -1,9 +1,9 @@
 // The steps of a WMI connection, with the security settings that every connection of the module uses.
 #pragma once
 
-#include "Shared/Log/ClassLog.h"
 #include "Platform/Com/Bstr.h"
 #include "Platform/Com/ComPtr.h"
+#include "Shared/Log/ClassLog.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 #include "Shared/WMI/ZVBiosWmi.h"
 
-#include "Shared/Log/TypeName.h"
 #include "Platform/Com/Bstr.h"
+#include "Shared/Log/TypeName.h"
 #include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 #include "Shared/WMI/WmiConnection.h"

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Shared/Log/ClassLog.h"
 #include "Platform/Com/ComPtr.h"
 #include "Platform/Com/SafeArray.h"
 #include "Platform/Com/Variant.h"
+#include "Shared/Log/ClassLog.h"
 
 #include <windows.h>
 

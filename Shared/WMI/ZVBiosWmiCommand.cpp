@@ -2,8 +2,8 @@
 
 #include "Shared/WMI/ZVBiosWmi.h"
 
-#include "Platform/Windows/BoundedFormat.h"
 #include "Platform/Com/Bstr.h"
+#include "Platform/Windows/BoundedFormat.h"
 #include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 

@@ -1,10 +1,10 @@
 // Everything that the COM objects of one machine share; they keep it alive.
 #pragma once
 
+#include "Simulator/Com/EventHub.h"
+#include "Simulator/Description/Description.h"
 #include "Simulator/State/AutomationLedger.h"
 #include "Simulator/State/CallGate.h"
-#include "Simulator/Description/Description.h"
-#include "Simulator/Com/EventHub.h"
 #include "Simulator/State/MachineState.h"
 #include "Simulator/State/References.h"
 

@@ -1,7 +1,7 @@
 #include "Simulator/Com/Enumerator.h"
 
-#include "Simulator/Com/ClassObject.h"
 #include "Simulator/Cim/StatusNames.h"
+#include "Simulator/Com/ClassObject.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 // Delivers a machine's events to the sinks that subscribed to them.
 #pragma once
 
-#include "Platform/Windows/Lock.h"
 #include "Platform/Com/ComPtr.h"
+#include "Platform/Windows/Lock.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/State/Worker.h"
 #include "Simulator/Wql/WqlFilter.h"

@@ -1,7 +1,7 @@
 #include "Simulator/Com/Locator.h"
 
-#include "Simulator/Com/ConnectNamespace.h"
 #include "Simulator/Cim/ObjectPath.h"
+#include "Simulator/Com/ConnectNamespace.h"
 #include "Simulator/Com/Services.h"
 
 namespace Zv::Simulator

@@ -1,8 +1,8 @@
 #include "Simulator/Com/Services.h"
 
+#include "Simulator/Cim/ObjectPath.h"
 #include "Simulator/Com/ClassObject.h"
 #include "Simulator/Com/ConnectNamespace.h"
-#include "Simulator/Cim/ObjectPath.h"
 #include "Simulator/Com/QueryRunner.h"
 
 #include <algorithm>

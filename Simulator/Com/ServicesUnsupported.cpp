@@ -1,7 +1,7 @@
 // The calls of IWbemServices that a simulated machine refuses: writing, and the asynchronous twins of calls that
 // nobody needs asynchronously.
-#include "Simulator/Com/Services.h"
 #include "Simulator/Cim/StatusNames.h"
+#include "Simulator/Com/Services.h"
 
 namespace Zv::Simulator
 {

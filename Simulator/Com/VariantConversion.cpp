@@ -1,8 +1,8 @@
 #include "Simulator/Com/VariantConversion.h"
 
 #include "Simulator/Cim/CimTypes.h"
-#include "Simulator/Com/ClassObject.h"
 #include "Simulator/Cim/StatusNames.h"
+#include "Simulator/Com/ClassObject.h"
 
 #include <algorithm>
 #include <memory>

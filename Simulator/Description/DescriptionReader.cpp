@@ -1,8 +1,8 @@
+#include "Simulator/Cim/ObjectPath.h"
 #include "Simulator/Description/ClassReader.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/Description/EnvironmentReader.h"
 #include "Simulator/Description/NodeReader.h"
-#include "Simulator/Cim/ObjectPath.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "Simulator/Description/EnvironmentReader.h"
 
 #include "Simulator/Cim/NearestName.h"
-#include "Simulator/Description/NodeReader.h"
 #include "Simulator/Cim/ObjectPath.h"
+#include "Simulator/Description/NodeReader.h"
 #include "Simulator/Description/ValueReader.h"
 
 #include <algorithm>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Platform/Windows/Lock.h"
+#include "Simulator/Cim/StatusNames.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/Description/Site.h"
-#include "Simulator/Cim/StatusNames.h"
 
 #include <windows.h>
 

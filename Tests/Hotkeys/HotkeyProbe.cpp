@@ -3,8 +3,8 @@
 // It prints what a host can see and ends with exit code 0; that it ends is what the tests want to know.
 #include "Interception/ImportTable.h"
 #include "Logging/Logging.h"
-#include "Services/ZVService.h"
 #include "Platform/Windows/WindowsDeclarations.h"
+#include "Services/ZVService.h"
 #include "Simulator/Machine.h"
 #include "Simulator/User/UserSession.h"
 #include "Tests/Support/Counter.h"

@@ -1,7 +1,7 @@
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/Description/NodeReader.h"
 #include "Simulator/Cim/StatusNames.h"
+#include "Simulator/Description/NodeReader.h"
 #include "Tests/Support/FakeWmi.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/State/References.h"
 #include "Simulator/Cim/StatusNames.h"
+#include "Simulator/State/References.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "Simulator/Description/DescriptionWriter.h"
 
-#include "Simulator/Machine.h"
 #include "Simulator/Cim/MofText.h"
+#include "Simulator/Machine.h"
 
 #include <gtest/gtest.h>
 

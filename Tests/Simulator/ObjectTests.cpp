@@ -1,8 +1,8 @@
 // IWbemClassObject: values of every CIM type, putting, names, texts.
 #include "Tests/Simulator/Client.h"
 
-#include "Simulator/Description/NodeReader.h"
 #include "Simulator/Cim/StatusNames.h"
+#include "Simulator/Description/NodeReader.h"
 
 #include <gtest/gtest.h>
 

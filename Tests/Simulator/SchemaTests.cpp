@@ -2,8 +2,8 @@
 #include "Tests/Simulator/BadDescriptions.h"
 
 #include "Simulator/Cim/CimTypes.h"
-#include "Simulator/Machine.h"
 #include "Simulator/Description/Site.h"
+#include "Simulator/Machine.h"
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

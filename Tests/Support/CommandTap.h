@@ -1,8 +1,8 @@
 // The commands that the module runs on its private service objects.
 #pragma once
 
-#include "Services/ZVService.h"
 #include "Platform/Windows/Lock.h"
+#include "Services/ZVService.h"
 
 #include <functional>
 #include <string>

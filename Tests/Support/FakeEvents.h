@@ -1,8 +1,8 @@
 // Firmware events, delivered through the subscriptions that the module makes.
 #pragma once
 
-#include "Platform/Windows/Lock.h"
 #include "Platform/Com/ComPtr.h"
+#include "Platform/Windows/Lock.h"
 #include "Tests/Support/FakeWmi.h"
 
 #include <wbemidl.h>

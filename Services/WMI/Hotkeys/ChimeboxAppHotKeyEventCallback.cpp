@@ -1,10 +1,10 @@
 #include "Services/WMI/Hotkeys/ChimeboxAppHotKeyEventCallback.h"
 
+#include "Platform/Windows/BoundedFormat.h"
 #include "Services/WMI/Hotkeys/ChimeboxHotKeyAppLauncherFactory.h"
 #include "Services/WMI/Hotkeys/CompanionApp.h"
 #include "Services/WMI/Hotkeys/HotkeyEvent.h"
 #include "Shared/Log/TextLog.h"
-#include "Platform/Windows/BoundedFormat.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,10 +1,10 @@
 #include "Services/WMI/Hotkeys/EventListner.h"
 
+#include "Platform/Windows/ModuleLifetime.h"
+#include "Platform/Windows/Thread.h"
 #include "Services/CheckedCopy.h"
 #include "Services/WMI/WMIService.h"
-#include "Platform/Windows/ModuleLifetime.h"
 #include "Shared/Log/TextLog.h"
-#include "Platform/Windows/Thread.h"
 
 #include <utility>
 

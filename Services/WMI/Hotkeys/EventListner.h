@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Logging/Logging.h"
-#include "Shared/Contract/ProgressCallback.h"
 #include "Services/WMI/Hotkeys/PrivateSession.h"
+#include "Shared/Contract/ProgressCallback.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Services/WMI/Hotkeys/HotkeyEvent.h"
 
-#include "Shared/Json/JsonText.h"
 #include "Services/JsonUtils.h"
+#include "Shared/Json/JsonText.h"
 
 #include <utility>
 

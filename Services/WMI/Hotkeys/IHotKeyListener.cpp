@@ -1,10 +1,10 @@
 #include "Services/WMI/Hotkeys/IHotKeyListener.h"
 
-#include "Shared/Json/JsonText.h"
 #include "Services/WMI/Hotkeys/CompanionApp.h"
 #include "Services/WMI/Hotkeys/EventListner.h"
 #include "Services/WMI/Hotkeys/PrivateSession.h"
 #include "Services/WMI/WMIService.h"
+#include "Shared/Json/JsonText.h"
 #include "Shared/Log/TextLog.h"
 
 namespace Zv::Tessel::Server::Services::WMI

@@ -1,10 +1,10 @@
 // Sessions that the module opens for itself, to use its own commands as any client would.
 #pragma once
 
-#include "Shared/Json/JsonDocument.h"
-#include "Shared/Contract/ProgressCallback.h"
 #include "Services/WMI/WMIServiceContext.h"
 #include "Services/ZVService.h"
+#include "Shared/Contract/ProgressCallback.h"
+#include "Shared/Json/JsonDocument.h"
 
 #include <cstdlib>
 #include <memory>

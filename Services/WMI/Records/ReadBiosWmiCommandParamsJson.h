@@ -1,8 +1,8 @@
 // Request of function 2: a raw firmware command.
 #pragma once
 
-#include "Shared/Json/JsonDocument.h"
 #include "Services/WMI/Records/RecordReader.h"
+#include "Shared/Json/JsonDocument.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 // The one way in which requests are read into typed records.
 #pragma once
 
-#include "Shared/Json/JsonDocument.h"
 #include "Shared/Contract/ResultCode.h"
+#include "Shared/Json/JsonDocument.h"
 #include "Shared/Log/ClassLog.h"
 
 #include <cstdint>
