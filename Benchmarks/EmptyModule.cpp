@@ -4,6 +4,7 @@
 
 #if defined(ZV_SAME_DLLS)
 #include "Logging/Logging.h"
+#include "Shared/WindowsDeclarations.h"
 
 #include <oleauto.h>
 #include <rpc.h>
@@ -13,10 +14,15 @@
 
 // One function of each: never called, but imported.
 extern "C" __declspec(dllexport) const void* const ImportedFunctions[] = {
-    reinterpret_cast<const void*>(&RevertToSelf),      reinterpret_cast<const void*>(&CryptBinaryToStringW),
-    reinterpret_cast<const void*>(&CoUninitialize),    reinterpret_cast<const void*>(&SysFreeString),
-    reinterpret_cast<const void*>(&UuidCreate),        reinterpret_cast<const void*>(&DestroyEnvironmentBlock),
-    reinterpret_cast<const void*>(&WTSQueryUserToken), reinterpret_cast<const void*>(&Logging::CreateLoggingData),
+    reinterpret_cast<const void*>(&RevertToSelf),
+    reinterpret_cast<const void*>(&CryptBinaryToStringW),
+    reinterpret_cast<const void*>(&CoUninitialize),
+    reinterpret_cast<const void*>(&SysFreeString),
+    reinterpret_cast<const void*>(&UuidCreate),
+    reinterpret_cast<const void*>(&DestroyEnvironmentBlock),
+    reinterpret_cast<const void*>(&WTSQueryUserToken),
+    reinterpret_cast<const void*>(&GetStagedPackageOrigin),
+    reinterpret_cast<const void*>(&Logging::CreateLoggingData),
 };
 #endif
 
