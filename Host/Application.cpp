@@ -1,9 +1,9 @@
 #include "Host/Application.h"
 
 #include "Host/Commands/CommandTable.h"
-#include "Host/Console.h"
-#include "Host/Failure.h"
-#include "Host/RunCommandLine.h"
+#include "Host/Terminal/Console.h"
+#include "Host/Text/Failure.h"
+#include "Host/CommandLine/RunCommandLine.h"
 
 #include <exception>
 

@@ -1,7 +1,7 @@
 // wmihost from its arguments to its exit code.
 #pragma once
 
-#include "Host/ExitCode.h"
+#include "Host/Text/ExitCode.h"
 
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
 #include "Host/Application.h"
-#include "Host/Utf.h"
+#include "Host/Text/Utf.h"
 
 #include <windows.h>
 

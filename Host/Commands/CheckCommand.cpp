@@ -1,7 +1,7 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/DescriptionContents.h"
-#include "Host/Simulation.h"
-#include "Host/Utf.h"
+#include "Host/Recording/DescriptionContents.h"
+#include "Host/CommandLine/Simulation.h"
+#include "Host/Text/Utf.h"
 
 namespace Zv::Host
 {

@@ -1,7 +1,7 @@
 // All subcommands, each in a file of its own.
 #pragma once
 
-#include "Host/Commands/Command.h"
+#include "Host/CommandLine/Command.h"
 
 #include <memory>
 #include <vector>

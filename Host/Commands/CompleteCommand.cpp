@@ -1,9 +1,9 @@
-#include "Host/CommandLine.h"
+#include "Host/CommandLine/CommandLine.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Completion/Completion.h"
 #include "Host/Completion/MachineNames.h"
-#include "Host/Failure.h"
-#include "Host/Simulation.h"
+#include "Host/Text/Failure.h"
+#include "Host/CommandLine/Simulation.h"
 
 #include <optional>
 

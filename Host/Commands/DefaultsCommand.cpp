@@ -1,9 +1,9 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/FirmwareReply.h"
-#include "Host/Commands/PasswordOption.h"
-#include "Host/ConsoleInput.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
+#include "Host/CommandParts/FirmwareReply.h"
+#include "Host/CommandParts/PasswordOption.h"
+#include "Host/Terminal/ConsoleInput.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
 
 namespace Zv::Host
 {

@@ -1,8 +1,8 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/EventOutput.h"
-#include "Host/EventFeed.h"
-#include "Host/Failure.h"
-#include "Host/Numbers.h"
+#include "Host/CommandParts/EventOutput.h"
+#include "Host/Client/EventFeed.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Numbers.h"
 
 #include "Simulator/EventChannel.h"
 

@@ -1,12 +1,12 @@
-#include "Host/Bytes.h"
+#include "Host/Text/Bytes.h"
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/FirmwareReply.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Numbers.h"
-#include "Host/OutputFile.h"
-#include "Host/RequestText.h"
-#include "Host/ResultCodes.h"
+#include "Host/CommandParts/FirmwareReply.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Numbers.h"
+#include "Host/Text/OutputFile.h"
+#include "Host/Text/RequestText.h"
+#include "Host/Explain/ResultCodes.h"
 
 #include <optional>
 

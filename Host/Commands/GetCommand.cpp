@@ -1,11 +1,11 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/QueryTarget.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Numbers.h"
-#include "Host/Progress.h"
-#include "Host/ResultCodes.h"
-#include "Host/Table.h"
+#include "Host/CommandParts/QueryTarget.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Numbers.h"
+#include "Host/Terminal/Progress.h"
+#include "Host/Explain/ResultCodes.h"
+#include "Host/Terminal/Table.h"
 
 #include <algorithm>
 

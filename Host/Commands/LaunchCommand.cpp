@@ -1,9 +1,9 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/ConsoleUser.h"
-#include "Host/Commands/StartedProcessText.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Utf.h"
+#include "Host/CommandParts/ConsoleUser.h"
+#include "Host/CommandParts/StartedProcessText.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Utf.h"
 
 namespace Zv::Host
 {

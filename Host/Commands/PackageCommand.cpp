@@ -1,8 +1,8 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/ConsoleUser.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Utf.h"
+#include "Host/CommandParts/ConsoleUser.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Utf.h"
 
 #include <array>
 #include <stdexcept>

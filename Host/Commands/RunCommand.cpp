@@ -1,11 +1,11 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Numbers.h"
-#include "Host/PendingCommand.h"
-#include "Host/RequestText.h"
-#include "Host/ResultCodes.h"
-#include "Host/Utf.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Numbers.h"
+#include "Host/Client/PendingCommand.h"
+#include "Host/Text/RequestText.h"
+#include "Host/Explain/ResultCodes.h"
+#include "Host/Text/Utf.h"
 
 #include <algorithm>
 #include <array>

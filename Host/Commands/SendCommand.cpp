@@ -1,10 +1,10 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/FirmwareEvent.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Numbers.h"
-#include "Host/SystemError.h"
-#include "Host/Utf.h"
+#include "Host/CommandParts/FirmwareEvent.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Numbers.h"
+#include "Host/Text/SystemError.h"
+#include "Host/Text/Utf.h"
 
 #include "Simulator/EventChannel.h"
 

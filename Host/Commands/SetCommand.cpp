@@ -1,7 +1,7 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/FirmwareReply.h"
-#include "Host/Commands/PasswordOption.h"
-#include "Host/Json.h"
+#include "Host/CommandParts/FirmwareReply.h"
+#include "Host/CommandParts/PasswordOption.h"
+#include "Host/Text/Json.h"
 
 namespace Zv::Host
 {

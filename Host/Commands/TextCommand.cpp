@@ -1,9 +1,9 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/QueryTarget.h"
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/Progress.h"
-#include "Host/ResultCodes.h"
+#include "Host/CommandParts/QueryTarget.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Terminal/Progress.h"
+#include "Host/Explain/ResultCodes.h"
 
 namespace Zv::Host
 {

@@ -1,5 +1,5 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Failure.h"
+#include "Host/Text/Failure.h"
 
 #include <string>
 #include <vector>

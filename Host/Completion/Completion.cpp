@@ -1,6 +1,6 @@
 #include "Host/Completion/Completion.h"
 
-#include "Host/Commands/QueryTarget.h"
+#include "Host/CommandParts/QueryTarget.h"
 
 #include <CLI/App.hpp>
 

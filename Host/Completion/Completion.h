@@ -1,7 +1,7 @@
 // What may stand at a place of a command line.
 #pragma once
 
-#include "Host/CommandLine.h"
+#include "Host/CommandLine/CommandLine.h"
 
 #include <functional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Host/Doctor/ModuleExamination.h"
 
-#include "Host/Module.h"
-#include "Host/Utf.h"
+#include "Host/Client/Module.h"
+#include "Host/Text/Utf.h"
 
 #include "Platform/Windows/Handle.h"
 

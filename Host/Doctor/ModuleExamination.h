@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Host/Doctor/Finding.h"
-#include "Host/Environment.h"
+#include "Host/CommandLine/Environment.h"
 
 namespace Zv::Host
 {

@@ -1,10 +1,10 @@
 #include "Host/Doctor/UserExamination.h"
 
-#include "Host/Commands/ConsoleUser.h"
+#include "Host/CommandParts/ConsoleUser.h"
 #include "Host/Doctor/ModuleExamination.h"
-#include "Host/HotkeyWatch.h"
-#include "Host/LauncherWatch.h"
-#include "Host/Utf.h"
+#include "Host/Watch/HotkeyWatch.h"
+#include "Host/Watch/LauncherWatch.h"
+#include "Host/Text/Utf.h"
 
 #include "Services/Launcher/Launcher.h"
 #include "Services/Launcher/SessionApi.h"

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Host/Doctor/Finding.h"
-#include "Host/Interruption.h"
-#include "Host/Session.h"
+#include "Host/Terminal/Interruption.h"
+#include "Host/Client/Session.h"
 #include "Simulator/Machine.h"
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Host/Shell/BackgroundEvents.h"
 
-#include "Host/Commands/EventOutput.h"
+#include "Host/CommandParts/EventOutput.h"
 
 namespace Zv::Host
 {

@@ -1,6 +1,6 @@
 #include "Host/Shell/FileNames.h"
 
-#include "Host/Utf.h"
+#include "Host/Text/Utf.h"
 
 #include "Simulator/Cim/CimModel.h"
 

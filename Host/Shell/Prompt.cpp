@@ -1,11 +1,11 @@
 #include "Host/Shell/Prompt.h"
 
-#include "Host/ConsoleInput.h"
-#include "Host/Failure.h"
+#include "Host/Terminal/ConsoleInput.h"
+#include "Host/Text/Failure.h"
 #include "Host/Shell/FileNames.h"
 #include "Host/Shell/Words.h"
-#include "Host/SystemError.h"
-#include "Host/Utf.h"
+#include "Host/Text/SystemError.h"
+#include "Host/Text/Utf.h"
 
 #include <algorithm>
 #include <cctype>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Host/Completion/Completion.h"
-#include "Host/Console.h"
-#include "Host/Interruption.h"
+#include "Host/Terminal/Console.h"
+#include "Host/Terminal/Interruption.h"
 #include "Host/Shell/Notices.h"
 
 #include <windows.h>

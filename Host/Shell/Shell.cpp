@@ -1,8 +1,8 @@
 #include "Host/Shell/Shell.h"
 
-#include "Host/ConsoleInput.h"
-#include "Host/Failure.h"
-#include "Host/RunCommandLine.h"
+#include "Host/Terminal/ConsoleInput.h"
+#include "Host/Text/Failure.h"
+#include "Host/CommandLine/RunCommandLine.h"
 #include "Host/Shell/Prompt.h"
 #include "Host/Shell/ShellCommands.h"
 #include "Host/Shell/Words.h"

@@ -1,9 +1,9 @@
 // Command lines one after the other, with one session of the module.
 #pragma once
 
-#include "Host/CommandLine.h"
+#include "Host/CommandLine/CommandLine.h"
 #include "Host/Completion/MachineNames.h"
-#include "Host/Environment.h"
+#include "Host/CommandLine/Environment.h"
 #include "Host/Shell/BackgroundEvents.h"
 #include "Host/Shell/Notices.h"
 

@@ -1,10 +1,10 @@
 #include "Host/Shell/ShellCommands.h"
 
 #include "Host/Commands/CommandTable.h"
-#include "Host/Commands/EventOutput.h"
-#include "Host/Failure.h"
-#include "Host/Numbers.h"
-#include "Host/RunCommandLine.h"
+#include "Host/CommandParts/EventOutput.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Numbers.h"
+#include "Host/CommandLine/RunCommandLine.h"
 #include "Host/Shell/Shell.h"
 
 #include <string>

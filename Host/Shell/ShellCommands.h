@@ -1,7 +1,7 @@
 // The subcommands of the shell.
 #pragma once
 
-#include "Host/Commands/Command.h"
+#include "Host/CommandLine/Command.h"
 
 #include <memory>
 #include <vector>

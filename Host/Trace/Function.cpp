@@ -1,7 +1,7 @@
 #include "Host/Trace/Function.h"
 
-#include "Host/HResults.h"
-#include "Host/ResultCodes.h"
+#include "Host/Explain/HResults.h"
+#include "Host/Explain/ResultCodes.h"
 
 #include <windows.h>
 

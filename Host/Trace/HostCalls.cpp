@@ -1,7 +1,7 @@
 #include "Host/Trace/HostCalls.h"
 
-#include "Host/ResultCodes.h"
-#include "Host/Utf.h"
+#include "Host/Explain/ResultCodes.h"
+#include "Host/Text/Utf.h"
 
 #include "Services/ZVService.h"
 

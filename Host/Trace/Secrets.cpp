@@ -1,8 +1,8 @@
 #include "Host/Trace/Secrets.h"
 
-#include "Host/Json.h"
-#include "Host/Redaction.h"
-#include "Host/Utf.h"
+#include "Host/Text/Json.h"
+#include "Host/Recording/Redaction.h"
+#include "Host/Text/Utf.h"
 
 #include "Services/ZVService.h"
 

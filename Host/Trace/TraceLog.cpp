@@ -1,10 +1,10 @@
 #include "Host/Trace/TraceLog.h"
 
-#include "Host/Failure.h"
-#include "Host/Json.h"
-#include "Host/OutputFile.h"
-#include "Host/SystemError.h"
-#include "Host/Utf.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/OutputFile.h"
+#include "Host/Text/SystemError.h"
+#include "Host/Text/Utf.h"
 
 #include <atomic>
 #include <memory>

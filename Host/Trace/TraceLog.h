@@ -1,7 +1,7 @@
 // Where a trace is written: calls in the order in which they begin, indented by what they were made within.
 #pragma once
 
-#include "Host/Console.h"
+#include "Host/Terminal/Console.h"
 #include "Host/Trace/Secrets.h"
 #include "Host/Trace/TraceOptions.h"
 #include "Platform/Windows/Handle.h"

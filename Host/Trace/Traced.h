@@ -1,7 +1,7 @@
 // A call on its way through a trace.
 #pragma once
 
-#include "Host/Redaction.h"
+#include "Host/Recording/Redaction.h"
 #include "Host/Trace/Function.h"
 #include "Host/Trace/Proxy.h"
 #include "Host/Trace/TraceLog.h"

@@ -2,7 +2,7 @@
 
 usage: log_lines.py WMIService.dll
 What the module may log are the UTF-16 texts in its image. Those that are something else stand in other-texts.txt: a text
-that is in neither place is new and has to be entered in Host/LogLines.cpp, or there."""
+that is in neither place is new and has to be entered in Host/Explain/LogLines.cpp, or there."""
 import pathlib
 import re
 import sys

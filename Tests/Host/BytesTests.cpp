@@ -1,4 +1,4 @@
-#include "Host/Bytes.h"
+#include "Host/Text/Bytes.h"
 
 #include <gtest/gtest.h>
 

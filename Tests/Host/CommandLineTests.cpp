@@ -1,7 +1,7 @@
 #include "Program.h"
 #include "TemporaryFolder.h"
 
-#include "Host/Utf.h"
+#include "Host/Text/Utf.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "Host/HResults.h"
-#include "Host/ResultCodes.h"
+#include "Host/Explain/HResults.h"
+#include "Host/Explain/ResultCodes.h"
 
 #include "Shared/Contract/ResultCode.h"
 

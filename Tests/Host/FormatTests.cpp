@@ -1,7 +1,7 @@
 // --json, --ndjson and --csv, and --color.
 #include "Program.h"
 
-#include "Host/Json.h"
+#include "Host/Text/Json.h"
 
 #include <gtest/gtest.h>
 

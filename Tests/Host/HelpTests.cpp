@@ -1,7 +1,7 @@
 // The text of --help, which has the same shape for every subcommand.
 #include "Program.h"
 
-#include "Host/CommandLine.h"
+#include "Host/CommandLine/CommandLine.h"
 #include "Host/Commands/CommandTable.h"
 
 #include <gtest/gtest.h>

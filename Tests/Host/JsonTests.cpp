@@ -1,4 +1,4 @@
-#include "Host/Json.h"
+#include "Host/Text/Json.h"
 
 #include <gtest/gtest.h>
 

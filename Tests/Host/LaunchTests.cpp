@@ -2,7 +2,7 @@
 #include "Program.h"
 #include "TemporaryFolder.h"
 
-#include "Host/Utf.h"
+#include "Host/Text/Utf.h"
 #include "Platform/Windows/Handle.h"
 
 #include <gtest/gtest.h>

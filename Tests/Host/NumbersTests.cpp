@@ -1,5 +1,5 @@
-#include "Host/Commands/FirmwareEvent.h"
-#include "Host/Numbers.h"
+#include "Host/CommandParts/FirmwareEvent.h"
+#include "Host/Text/Numbers.h"
 
 #include <gtest/gtest.h>
 

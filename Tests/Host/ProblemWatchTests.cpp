@@ -1,4 +1,4 @@
-#include "Host/ProblemWatch.h"
+#include "Host/Watch/ProblemWatch.h"
 
 #include "Logging/Logging.h"
 

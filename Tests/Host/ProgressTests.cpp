@@ -1,6 +1,6 @@
 // What a terminal shows while something long goes on.
-#include "Host/ProgressLine.h"
-#include "Host/StatusLine.h"
+#include "Host/Terminal/ProgressLine.h"
+#include "Host/Terminal/StatusLine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Program.h"
 
-#include "Host/Json.h"
+#include "Host/Text/Json.h"
 
 #include <gtest/gtest.h>
 

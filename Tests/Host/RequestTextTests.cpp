@@ -1,7 +1,7 @@
 #include "TemporaryFolder.h"
 
-#include "Host/Failure.h"
-#include "Host/RequestText.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/RequestText.h"
 
 #include <gtest/gtest.h>
 

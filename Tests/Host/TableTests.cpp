@@ -1,5 +1,5 @@
-#include "Host/DisplayWidth.h"
-#include "Host/Table.h"
+#include "Host/Terminal/DisplayWidth.h"
+#include "Host/Terminal/Table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "TemporaryFolder.h"
 
-#include "Host/Utf.h"
+#include "Host/Text/Utf.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 #include "Program.h"
 #include "TemporaryFolder.h"
 
-#include "Host/Json.h"
+#include "Host/Text/Json.h"
 #include "Host/Trace/Imports.h"
 
 #include "Interception/ImportTable.h"

@@ -1,4 +1,4 @@
-#include "Host/Utf.h"
+#include "Host/Text/Utf.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The same questions, asked of the system's own WMI client.
 #include "Program.h"
 
-#include "Host/RequestText.h"
-#include "Host/Utf.h"
+#include "Host/Text/RequestText.h"
+#include "Host/Text/Utf.h"
 
 #include <gtest/gtest.h>
 

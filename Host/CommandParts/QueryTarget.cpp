@@ -1,0 +1,69 @@
+#include "Host/CommandParts/QueryTarget.h"
+
+#include "Host/Text/Utf.h"
+
+#include "Shared/Contract/ResultCode.h"
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr std::size_t MaxPiece = 1024;
+
+std::string CheckLength(const std::string& text)
+{
+    const std::size_t length = LengthInUtf16(text);
+    return length <= MaxPiece ? std::string{}
+                              : "has " + std::to_string(length) + " characters, may have " + std::to_string(MaxPiece);
+}
+
+} // namespace
+
+void QueryTarget::DeclareClass(CLI::App& parser)
+{
+    parser.add_option("CLASS", wmiClass, "WMI class, such as Win32_BIOS")->required()->check(CheckLength);
+}
+
+void QueryTarget::DeclareOptions(CLI::App& parser)
+{
+    parser.add_option("--where", filter, "Only instances that fulfil this WQL condition, such as \"Name = 'x'\"")
+        ->type_name("FILTER")
+        ->check(CheckLength);
+    parser.add_option("--namespace", nameSpace, "WMI namespace (default: " + nameSpace + ")")->type_name("NS");
+}
+
+JsonObject QueryTarget::Request() const
+{
+    JsonObject request;
+    request.Add("wmiClass", wmiClass).Add("wmiNamespace", nameSpace);
+    if (!filter.empty())
+    {
+        request.Add("filter", filter);
+    }
+    return request;
+}
+
+std::string QueryTarget::Subject(int code, const std::string& property) const
+{
+    using namespace Zv::Tessel::Server::Services;
+    const std::string where = filter.empty() ? "" : " where " + filter;
+    switch (code)
+    {
+    case NamespaceInvalid:
+        return nameSpace;
+    case QueryInvalid:
+        return "SELECT * FROM " + wmiClass + (filter.empty() ? "" : " WHERE " + filter);
+    case ClassInvalid:
+        return wmiClass + " in " + nameSpace;
+    case ClassMissing:
+    case NamespaceMissing:
+    case PropertyMissing:
+        return "";
+    default:
+        return wmiClass + (property.empty() ? "" : "." + property) + " in " + nameSpace + where;
+    }
+}
+
+} // namespace Zv::Host

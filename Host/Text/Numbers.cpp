@@ -1,0 +1,67 @@
+#include "Host/Text/Numbers.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace Zv::Host
+{
+
+namespace
+{
+
+constexpr double LongestTime = 1e6; // in seconds; the platform's waits take no more than 49 days
+
+// Takes the whole text; what std::from_chars makes of it.
+template <class Number, class... Format>
+std::optional<Number> Parse(std::string_view text, Format... format) noexcept
+{
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto [parsed, error] = std::from_chars(text.data(), end, number, format...);
+    return error == std::errc{} && parsed == end ? std::optional{number} : std::nullopt;
+}
+
+std::optional<std::chrono::milliseconds> ParseSeconds(const std::string& text)
+{
+    const std::optional<double> seconds = Parse<double>(text, std::chars_format::fixed);
+    if (!seconds || !(*seconds >= 0.001 && *seconds <= LongestTime))
+    {
+        return std::nullopt;
+    }
+    return std::chrono::milliseconds{std::llround(*seconds * 1000)};
+}
+
+} // namespace
+
+std::optional<unsigned int> ParseUnsigned(std::string_view text) noexcept
+{
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    return Parse<unsigned int>(hexadecimal ? text.substr(2) : text, hexadecimal ? 16 : 10);
+}
+
+std::optional<int> ParseSigned(std::string_view text) noexcept
+{
+    if (text.starts_with('-'))
+    {
+        return Parse<int>(text, 10);
+    }
+    const std::optional<unsigned int> bits = ParseUnsigned(text);
+    return bits ? std::optional{static_cast<int>(*bits)} : std::nullopt;
+}
+
+CLI::Option* AddSeconds(CLI::App& parser, const std::string& name, std::optional<std::chrono::milliseconds>& time,
+                        const std::string& description)
+{
+    const auto take = [&time](const std::string& text) { time = ParseSeconds(text); };
+    const auto check = [](const std::string& text) {
+        return ParseSeconds(text) ? std::string{} : "must be seconds from 0.001 to 1000000, not \"" + text + "\"";
+    };
+    return parser.add_option_function<std::string>(name, take, description)->type_name("SECONDS")->check(check);
+}
+
+std::string Counted(std::size_t count, const std::string& noun)
+{
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
+} // namespace Zv::Host
