@@ -1,9 +1,9 @@
 #include "Host/Application.h"
 
+#include "Host/CommandLine/RunCommandLine.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Terminal/Console.h"
 #include "Host/Text/Failure.h"
-#include "Host/CommandLine/RunCommandLine.h"
 
 #include <exception>
 

@@ -1,8 +1,8 @@
 // A command that blocks, on a thread of its own.
 #pragma once
 
-#include "Host/Terminal/Interruption.h"
 #include "Host/Client/Session.h"
+#include "Host/Terminal/Interruption.h"
 
 #include "Platform/Windows/Handle.h"
 

@@ -1,7 +1,7 @@
 #include "Host/Client/Session.h"
 
-#include "Host/Trace/HostCalls.h"
 #include "Host/Text/Utf.h"
+#include "Host/Trace/HostCalls.h"
 
 #include <exception>
 #include <memory>

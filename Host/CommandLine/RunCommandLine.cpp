@@ -1,9 +1,9 @@
 #include "Host/CommandLine/RunCommandLine.h"
 
 #include "Host/Commands/CommandTable.h"
+#include "Host/Explain/ResultCodes.h"
 #include "Host/Terminal/Interruption.h"
 #include "Host/Text/Json.h"
-#include "Host/Explain/ResultCodes.h"
 #include "Host/Trace/TraceLog.h"
 
 #include <algorithm>

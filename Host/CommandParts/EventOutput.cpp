@@ -1,8 +1,8 @@
 #include "Host/CommandParts/EventOutput.h"
 
+#include "Host/Explain/ResultCodes.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
-#include "Host/Explain/ResultCodes.h"
 #include "Host/Text/SystemError.h"
 #include "Host/Text/Utf.h"
 

@@ -1,8 +1,8 @@
 // What the subcommands have in common that show firmware events.
 #pragma once
 
-#include "Host/CommandLine/Environment.h"
 #include "Host/Client/EventFeed.h"
+#include "Host/CommandLine/Environment.h"
 
 #include "Simulator/EventChannel.h"
 

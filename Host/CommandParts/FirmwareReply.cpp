@@ -1,7 +1,7 @@
 #include "Host/CommandParts/FirmwareReply.h"
 
-#include "Host/Text/Failure.h"
 #include "Host/Explain/ResultCodes.h"
+#include "Host/Text/Failure.h"
 
 #include <algorithm>
 #include <array>

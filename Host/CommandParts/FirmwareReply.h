@@ -1,10 +1,10 @@
 // What the firmware commands have in common: raw commands, settings, defaults.
 #pragma once
 
+#include "Host/Client/Session.h"
 #include "Host/CommandLine/Environment.h"
 #include "Host/Text/ExitCode.h"
 #include "Host/Text/Json.h"
-#include "Host/Client/Session.h"
 
 #include <span>
 #include <string>

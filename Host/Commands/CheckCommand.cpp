@@ -1,6 +1,6 @@
+#include "Host/CommandLine/Simulation.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Recording/DescriptionContents.h"
-#include "Host/CommandLine/Simulation.h"
 #include "Host/Text/Utf.h"
 
 namespace Zv::Host

@@ -1,9 +1,9 @@
 #include "Host/CommandLine/CommandLine.h"
+#include "Host/CommandLine/Simulation.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Completion/Completion.h"
 #include "Host/Completion/MachineNames.h"
 #include "Host/Text/Failure.h"
-#include "Host/CommandLine/Simulation.h"
 
 #include <optional>
 

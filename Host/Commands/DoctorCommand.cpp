@@ -1,10 +1,10 @@
-#include "Host/Recording/ComMembership.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Doctor/ModuleExamination.h"
 #include "Host/Doctor/UserExamination.h"
 #include "Host/Doctor/WmiExamination.h"
-#include "Host/Text/Json.h"
+#include "Host/Recording/ComMembership.h"
 #include "Host/Terminal/Style.h"
+#include "Host/Text/Json.h"
 
 #include <algorithm>
 #include <string>

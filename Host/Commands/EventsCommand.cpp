@@ -1,6 +1,6 @@
-#include "Host/Commands/CommandTable.h"
-#include "Host/CommandParts/EventOutput.h"
 #include "Host/Client/EventFeed.h"
+#include "Host/CommandParts/EventOutput.h"
+#include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Numbers.h"
 

@@ -1,10 +1,10 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Text/Failure.h"
 #include "Host/Explain/HResults.h"
-#include "Host/Text/Json.h"
 #include "Host/Explain/LogLineSearch.h"
-#include "Host/Text/Numbers.h"
 #include "Host/Explain/ResultCodes.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Numbers.h"
 
 #include <algorithm>
 #include <cstddef>

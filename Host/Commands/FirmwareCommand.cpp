@@ -1,12 +1,12 @@
-#include "Host/Text/Bytes.h"
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/FirmwareReply.h"
+#include "Host/Commands/CommandTable.h"
+#include "Host/Explain/ResultCodes.h"
+#include "Host/Text/Bytes.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
 #include "Host/Text/Numbers.h"
 #include "Host/Text/OutputFile.h"
 #include "Host/Text/RequestText.h"
-#include "Host/Explain/ResultCodes.h"
 
 #include <optional>
 

@@ -1,11 +1,11 @@
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/QueryTarget.h"
+#include "Host/Commands/CommandTable.h"
+#include "Host/Explain/ResultCodes.h"
+#include "Host/Terminal/Progress.h"
+#include "Host/Terminal/Table.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
 #include "Host/Text/Numbers.h"
-#include "Host/Terminal/Progress.h"
-#include "Host/Explain/ResultCodes.h"
-#include "Host/Terminal/Table.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 #include "Host/Client/BoardId.h"
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/FirmwareEvent.h"
 #include "Host/CommandParts/StartedProcessText.h"
+#include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
-#include "Host/Watch/HotkeyWatch.h"
 #include "Host/Text/Json.h"
 #include "Host/Trace/HostCalls.h"
+#include "Host/Watch/HotkeyWatch.h"
 
 #include "Simulator/State/Worker.h"
 

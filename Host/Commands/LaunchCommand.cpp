@@ -1,6 +1,6 @@
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/ConsoleUser.h"
 #include "Host/CommandParts/StartedProcessText.h"
+#include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
 #include "Host/Text/Utf.h"

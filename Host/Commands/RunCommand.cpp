@@ -1,10 +1,10 @@
+#include "Host/Client/PendingCommand.h"
 #include "Host/Commands/CommandTable.h"
+#include "Host/Explain/ResultCodes.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
 #include "Host/Text/Numbers.h"
-#include "Host/Client/PendingCommand.h"
 #include "Host/Text/RequestText.h"
-#include "Host/Explain/ResultCodes.h"
 #include "Host/Text/Utf.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/FirmwareEvent.h"
+#include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
 #include "Host/Text/Numbers.h"

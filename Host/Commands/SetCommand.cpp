@@ -1,6 +1,6 @@
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/FirmwareReply.h"
 #include "Host/CommandParts/PasswordOption.h"
+#include "Host/Commands/CommandTable.h"
 #include "Host/Text/Json.h"
 
 namespace Zv::Host

@@ -1,9 +1,9 @@
-#include "Host/Commands/CommandTable.h"
 #include "Host/CommandParts/QueryTarget.h"
+#include "Host/Commands/CommandTable.h"
+#include "Host/Explain/ResultCodes.h"
+#include "Host/Terminal/Progress.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
-#include "Host/Terminal/Progress.h"
-#include "Host/Explain/ResultCodes.h"
 
 namespace Zv::Host
 {

@@ -1,7 +1,7 @@
 #include "Host/Completion/MachineNames.h"
 
-#include "Host/Text/Utf.h"
 #include "Host/Recording/WmiClient.h"
+#include "Host/Text/Utf.h"
 
 #include "Simulator/State/Worker.h"
 

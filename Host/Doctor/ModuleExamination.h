@@ -1,8 +1,8 @@
 // The module's files and the rights of the account that runs it.
 #pragma once
 
-#include "Host/Doctor/Finding.h"
 #include "Host/CommandLine/Environment.h"
+#include "Host/Doctor/Finding.h"
 
 namespace Zv::Host
 {

@@ -2,9 +2,9 @@
 
 #include "Host/CommandParts/ConsoleUser.h"
 #include "Host/Doctor/ModuleExamination.h"
+#include "Host/Text/Utf.h"
 #include "Host/Watch/HotkeyWatch.h"
 #include "Host/Watch/LauncherWatch.h"
-#include "Host/Text/Utf.h"
 
 #include "Services/Launcher/Launcher.h"
 #include "Services/Launcher/SessionApi.h"

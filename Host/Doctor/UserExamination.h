@@ -1,8 +1,8 @@
 // The signed-in user, as far as the module starts apps for that user.
 #pragma once
 
-#include "Host/Doctor/Finding.h"
 #include "Host/CommandLine/Environment.h"
+#include "Host/Doctor/Finding.h"
 
 namespace Zv::Host
 {

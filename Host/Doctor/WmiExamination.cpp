@@ -1,12 +1,12 @@
 #include "Host/Doctor/WmiExamination.h"
 
 #include "Host/Client/BoardId.h"
-#include "Host/Text/Failure.h"
-#include "Host/Watch/HotkeyWatch.h"
-#include "Host/Text/Json.h"
 #include "Host/Explain/ResultCodes.h"
-#include "Host/Text/Utf.h"
 #include "Host/Recording/WmiClient.h"
+#include "Host/Text/Failure.h"
+#include "Host/Text/Json.h"
+#include "Host/Text/Utf.h"
+#include "Host/Watch/HotkeyWatch.h"
 
 #include "Platform/Windows/BoundedFormat.h"
 #include "Services/WMI/Hotkeys/CompanionApp.h"

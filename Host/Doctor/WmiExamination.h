@@ -1,9 +1,9 @@
 // What the module works with in WMI.
 #pragma once
 
+#include "Host/Client/Session.h"
 #include "Host/Doctor/Finding.h"
 #include "Host/Terminal/Interruption.h"
-#include "Host/Client/Session.h"
 #include "Simulator/Machine.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 #include "Host/Recording/ComMembership.h"
 
-#include "Host/Text/Failure.h"
 #include "Host/Recording/WmiClient.h"
+#include "Host/Text/Failure.h"
 
 #include <objbase.h>
 

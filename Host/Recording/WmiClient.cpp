@@ -1,8 +1,8 @@
 #include "Host/Recording/WmiClient.h"
 
-#include "Host/Text/Failure.h"
 #include "Host/Explain/HResults.h"
 #include "Host/Explain/ResultCodes.h"
+#include "Host/Text/Failure.h"
 #include "Host/Text/Utf.h"
 
 #include "Platform/Com/Bstr.h"

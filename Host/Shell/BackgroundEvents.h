@@ -1,8 +1,8 @@
 // Firmware events that are shown while other commands run.
 #pragma once
 
-#include "Host/CommandLine/Environment.h"
 #include "Host/Client/EventFeed.h"
+#include "Host/CommandLine/Environment.h"
 #include "Host/Shell/Notices.h"
 
 #include "Simulator/EventChannel.h"

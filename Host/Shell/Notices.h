@@ -1,8 +1,8 @@
 // Lines that come while somebody may be typing.
 #pragma once
 
-#include "Host/Terminal/Console.h"
 #include "Host/Client/PendingCommand.h"
+#include "Host/Terminal/Console.h"
 
 #include <mutex>
 #include <string>

@@ -1,9 +1,9 @@
 #include "Host/Shell/Prompt.h"
 
-#include "Host/Terminal/ConsoleInput.h"
-#include "Host/Text/Failure.h"
 #include "Host/Shell/FileNames.h"
 #include "Host/Shell/Words.h"
+#include "Host/Terminal/ConsoleInput.h"
+#include "Host/Text/Failure.h"
 #include "Host/Text/SystemError.h"
 #include "Host/Text/Utf.h"
 

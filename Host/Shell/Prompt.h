@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Host/Completion/Completion.h"
+#include "Host/Shell/Notices.h"
 #include "Host/Terminal/Console.h"
 #include "Host/Terminal/Interruption.h"
-#include "Host/Shell/Notices.h"
 
 #include <windows.h>
 

@@ -1,11 +1,11 @@
 #include "Host/Shell/Shell.h"
 
-#include "Host/Terminal/ConsoleInput.h"
-#include "Host/Text/Failure.h"
 #include "Host/CommandLine/RunCommandLine.h"
 #include "Host/Shell/Prompt.h"
 #include "Host/Shell/ShellCommands.h"
 #include "Host/Shell/Words.h"
+#include "Host/Terminal/ConsoleInput.h"
+#include "Host/Text/Failure.h"
 
 namespace Zv::Host
 {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Host/CommandLine/CommandLine.h"
-#include "Host/Completion/MachineNames.h"
 #include "Host/CommandLine/Environment.h"
+#include "Host/Completion/MachineNames.h"
 #include "Host/Shell/BackgroundEvents.h"
 #include "Host/Shell/Notices.h"
 

@@ -1,6 +1,6 @@
 #include "Host/Commands/CommandTable.h"
-#include "Host/Terminal/ConsoleInput.h"
 #include "Host/Shell/Shell.h"
+#include "Host/Terminal/ConsoleInput.h"
 
 namespace Zv::Host
 {

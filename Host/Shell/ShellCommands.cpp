@@ -1,11 +1,11 @@
 #include "Host/Shell/ShellCommands.h"
 
-#include "Host/Commands/CommandTable.h"
+#include "Host/CommandLine/RunCommandLine.h"
 #include "Host/CommandParts/EventOutput.h"
+#include "Host/Commands/CommandTable.h"
+#include "Host/Shell/Shell.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Numbers.h"
-#include "Host/CommandLine/RunCommandLine.h"
-#include "Host/Shell/Shell.h"
 
 #include <string>
 #include <utility>

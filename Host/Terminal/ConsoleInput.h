@@ -1,8 +1,8 @@
 // Standard input, line by line.
 #pragma once
 
-#include "Host/Terminal/Interruption.h"
 #include "Host/Client/PendingCommand.h"
+#include "Host/Terminal/Interruption.h"
 
 #include "Platform/Windows/Handle.h"
 

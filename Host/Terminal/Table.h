@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Host/Terminal/Console.h"
+#include "Host/Terminal/Style.h"
 #include "Host/Text/Json.h"
 #include "Host/Text/OutputFormat.h"
-#include "Host/Terminal/Style.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Host/Trace/Secrets.h"
 
-#include "Host/Text/Json.h"
 #include "Host/Recording/Redaction.h"
+#include "Host/Text/Json.h"
 #include "Host/Text/Utf.h"
 
 #include "Services/ZVService.h"
