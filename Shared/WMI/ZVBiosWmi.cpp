@@ -39,9 +39,10 @@ bool ZVBiosWmi::GetReady(const wchar_t* logContext)
     {
         hr = ConnectServer(*locator.Get(), Bstr{FirmwareNamespace}, m_services);
     }
-    catch (...)
+    catch (...) // no memory for the path
     {
-        CoUninitialize(); // no memory for the path
+        locator.Reset(); // the library it lives in may go with COM
+        CoUninitialize();
         throw;
     }
     locator.Reset();

@@ -173,8 +173,8 @@ TEST_F(FirmwareConnection, IsGivenUpCleanlyWhenMemoryForTheNamespaceRunsOut)
 
     EXPECT_EQ(wmi->Outstanding(), 0);
     EXPECT_THAT(transcript.Of({L"CoCreateInstance", L"IWbemLocator", L"CoUninitialize"}),
-                testing::ElementsAre(testing::StartsWith(L"CoCreateInstance"), Leave, LocatorGone))
-        << "the namespace is named when the locator is there";
+                testing::ElementsAre(testing::StartsWith(L"CoCreateInstance"), LocatorGone, Leave))
+        << "the namespace is named when the locator is there, which goes before COM is left";
 }
 
 } // namespace
