@@ -4,7 +4,7 @@
 
 #if defined(ZV_SAME_DLLS)
 #include "Logging/Logging.h"
-#include "Shared/WindowsDeclarations.h"
+#include "Platform/Windows/WindowsDeclarations.h"
 
 #include <oleauto.h>
 #include <rpc.h>
