@@ -6,8 +6,8 @@
 #include "Host/Watch/HotkeyWatch.h"
 #include "Host/Watch/LauncherWatch.h"
 
+#include "Services/Launcher/ApiSet.h"
 #include "Services/Launcher/Launcher.h"
-#include "Services/Launcher/SessionApi.h"
 
 #include <memory>
 #include <string>

@@ -12,4 +12,9 @@ public:
     [[nodiscard]] static bool IsPresent(const char* contract) noexcept;
 };
 
+// The API set that the launcher needs, and what it logs where this Windows lacks it.
+inline constexpr char SessionApiSet[] = "ext-ms-win-session-wtsapi32-l1-1-0";
+inline constexpr wchar_t NoSessionApi[] =
+    L"Problem in GetUserTokenForCurrentUser. Dependencies is not available in this platform.";
+
 } // namespace Zv::Tessel::Server::Services

@@ -6,7 +6,6 @@
 #include "Services/Launcher/EnvironmentBlock.h"
 #include "Services/Launcher/Impersonation.h"
 #include "Services/Launcher/InheritedHandles.h"
-#include "Services/Launcher/SessionApi.h"
 
 #include <userenv.h>
 #include <wtsapi32.h>

@@ -1,10 +1,9 @@
 // Handlers of the commands that relay firmware events.
 
-#include "Services/UtilHelper.h"
 #include "Services/WMI/EventRegistration.h"
 #include "Services/WMI/EventResult.h"
 #include "Services/WMI/HandlerEdge.h"
-#include "Services/WMI/Records/ReadFilterBiosEventJason.h"
+#include "Services/WMI/Records/Requests.h"
 #include "Services/WMI/WMIService.h"
 #include "Services/WMI/WMIServiceContext.h"
 
@@ -12,30 +11,21 @@ namespace Zv::Tessel::Server::Services::WMI
 {
 
 int WMIService::RegisterBiosEventNotification(JsonDocument* request, JsonDocument* response,
-                                              ProgressCallback progressCallback, WMIServiceContext* context) noexcept
+                                              ProgressCallback progressCallback, WMIServiceContext* context)
 {
-    return AtHandlerEdge([&]() -> int {
-        const wchar_t* const logContext = context->clientId.get();
-        if (UtilHelper::NullChecker(
-                {{request, "request"}, {response, "response"}, {&progressCallback, "progressCallback"}}, logContext))
-        {
-            return GeneralFailure;
-        }
-        const Shared::ClassLog log = Log(logContext);
-        return EventRegistration{*context, log}.Run(*request, *response, progressCallback);
-    });
+    const wchar_t* const logContext = context->clientId.get();
+    return Handle({{request, "request"}, {response, "response"}, {&progressCallback, "progressCallback"}}, logContext,
+                  [&] {
+                      const Shared::ClassLog log = Log(logContext);
+                      return EventRegistration{*context, log}.Run(*request, *response, progressCallback);
+                  });
 }
 
 int WMIService::UnregisterBiosWmiEventNotification(JsonDocument* request, JsonDocument* response,
-                                                   WMIServiceContext* context) noexcept
+                                                   WMIServiceContext* context)
 {
-    return AtHandlerEdge([=, this]() -> int {
-        const wchar_t* const logContext = context->clientId.get();
-        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
-        {
-            return GeneralFailure;
-        }
-
+    const wchar_t* const logContext = context->clientId.get();
+    return Handle({{request, "request"}, {response, "response"}}, logContext, [&]() -> int {
         const ReadFilterBiosEventJason filter{request, logContext};
         if (filter.filterEvent != 0)
         {

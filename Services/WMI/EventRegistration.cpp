@@ -4,7 +4,7 @@
 #include "Platform/GccRuntime/HostCall.h"
 #include "Platform/Windows/Lock.h"
 #include "Platform/Windows/WindowsDeclarations.h"
-#include "Services/WMI/Records/ReadFilterBiosEventJason.h"
+#include "Services/WMI/Records/Requests.h"
 #include "Services/WMI/WMIServiceContext.h"
 #include "Shared/Contract/ResultCode.h"
 #include "Shared/Json/JsonText.h"
@@ -170,7 +170,7 @@ void EventRegistration::RelayEvents(const ProgressCallback& callback)
 // Returns false when there is no client or no session any more.
 bool EventRegistration::RelayOne(const ProgressCallback& callback)
 {
-    const Shared::WMI::BiosWmiEventSink::Delivery delivery{*m_sink};
+    const Shared::WMI::Mailbox::Delivery delivery{m_sink->Events()};
     if (!delivery.HasEvent())
     {
         return false; // the session has ended

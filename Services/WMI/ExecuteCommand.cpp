@@ -173,7 +173,7 @@ int WMIService::RunCommand(Call& call, unsigned int function)
         Log(call.ClientId()).Error(L"%S.%S - Unsupported Function call %d", "ExecuteCommand", function);
         return UnsupportedFunction;
     }
-    return AtHandlerEdge([&] { return command->run(call); }); // a copy of the callback may fail before the handler runs
+    return AtHandlerEdge([&] { return command->run(call); });
 }
 
 int WMIService::HandOut(const JsonDocument& document, wchar_t** response, int result, const wchar_t* clientId) const

@@ -53,18 +53,17 @@ private:
     [[nodiscard]] bool ToleratesParseFailure(unsigned int function) const noexcept;
     static const Command* FindCommand(unsigned int function) noexcept;
 
-    // The command handlers. Each returns a result code, throws nothing, and fills the response document.
-    int ExecuteBiosWmiCommand(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept;
+    // The command handlers. Each returns a result code and fills the response document. What it throws ends at the
+    // dispatcher (HandlerEdge.h).
+    int ExecuteBiosWmiCommand(JsonDocument* request, JsonDocument* response, const wchar_t* logContext);
     int RegisterBiosEventNotification(JsonDocument* request, JsonDocument* response, ProgressCallback progressCallback,
-                                      WMIServiceContext* context) noexcept;
-    int UnregisterBiosWmiEventNotification(JsonDocument* request, JsonDocument* response,
-                                           WMIServiceContext* context) noexcept;
-    int GetWmiPropertyValue(JsonDocument* request, JsonDocument* response, bool asArray,
-                            const wchar_t* logContext) noexcept;
-    int SetBiosSetting(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept;
-    int SetBiosSystemDefaults(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept;
+                                      WMIServiceContext* context);
+    int UnregisterBiosWmiEventNotification(JsonDocument* request, JsonDocument* response, WMIServiceContext* context);
+    int GetWmiPropertyValue(JsonDocument* request, JsonDocument* response, bool asArray, const wchar_t* logContext);
+    int SetBiosSetting(JsonDocument* request, JsonDocument* response, const wchar_t* logContext);
+    int SetBiosSystemDefaults(JsonDocument* request, JsonDocument* response, const wchar_t* logContext);
     int GetWmiClassObjectText(JsonDocument* request, JsonDocument* response, ProgressCallback progressCallback,
-                              const wchar_t* logContext) noexcept;
+                              const wchar_t* logContext);
 
     [[nodiscard]] Shared::ClassLog Log(const wchar_t* logContext) const noexcept
     {

@@ -67,7 +67,7 @@ void WMIServiceContext::NoteSessionEnd() noexcept
     sessionEnded = true;
     if (Shared::WMI::BiosWmiEventSink* const sink = event.Sink(); sink != nullptr)
     {
-        sink->EndDelivery();
+        sink->Events().EndDelivery();
     }
 }
 

@@ -1,15 +1,10 @@
 // Handlers of the commands that query WMI, talk to the firmware's method class and change its settings.
 
 #include "Services/WMI/HandlerEdge.h"
-#include "Services/WMI/Records/ReadBiosWmiCommandParamsJson.h"
-#include "Services/WMI/Records/ReadGetWmiClassObjectTextParamsJason.h"
-#include "Services/WMI/Records/ReadGetWmiPropertyValueParamsJason.h"
-#include "Services/WMI/Records/ReadSetBiosSettingParamsJason.h"
-#include "Services/WMI/Records/ReadSetBiosSystemDefaultsParamsJason.h"
-#include "Services/WMI/Records/WriteBiosWmiCommandReturnsJson.h"
+#include "Services/WMI/Records/FirmwareResponse.h"
+#include "Services/WMI/Records/Requests.h"
 #include "Services/WMI/WMIService.h"
 
-#include "Services/UtilHelper.h"
 #include "Shared/WMI/PublicWmi.h"
 #include "Shared/WMI/ZVBiosWmi.h"
 
@@ -21,13 +16,9 @@ namespace Zv::Tessel::Server::Services::WMI
 using Shared::WMI::PublicWmi;
 using Shared::WMI::ZVBiosWmi;
 
-int WMIService::ExecuteBiosWmiCommand(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept
+int WMIService::ExecuteBiosWmiCommand(JsonDocument* request, JsonDocument* response, const wchar_t* logContext)
 {
-    return AtHandlerEdge([=]() -> int {
-        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
-        {
-            return GeneralFailure;
-        }
+    return Handle({{request, "request"}, {response, "response"}}, logContext, [&]() -> int {
         const ReadBiosWmiCommandParamsJson params{request, logContext};
         ZVBiosWmi biosWmi; // disconnects after the return buffer has gone, before the decoded input goes
         std::unique_ptr<unsigned char[]> returnData;
@@ -50,56 +41,40 @@ int WMIService::ExecuteBiosWmiCommand(JsonDocument* request, JsonDocument* respo
 }
 
 int WMIService::GetWmiPropertyValue(JsonDocument* request, JsonDocument* response, bool asArray,
-                                    const wchar_t* logContext) noexcept
+                                    const wchar_t* logContext)
 {
-    return AtHandlerEdge([=]() -> int {
-        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
-        {
-            return GeneralFailure;
-        }
+    return Handle({{request, "request"}, {response, "response"}}, logContext, [&]() -> int {
         const ReadGetWmiPropertyValueParamsJason params{request, logContext};
         return PublicWmi{}.GetPropertyValue(params.property, params.wmiClass, params.filter, params.wmiNamespace,
                                             asArray, *response, logContext);
     });
 }
 
-int WMIService::SetBiosSetting(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept
+int WMIService::SetBiosSetting(JsonDocument* request, JsonDocument* response, const wchar_t* logContext)
 {
-    return AtHandlerEdge([=]() -> int {
-        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
-        {
-            return GeneralFailure;
-        }
+    return Handle({{request, "request"}, {response, "response"}}, logContext, [&]() -> int {
         const ReadSetBiosSettingParamsJason params{request, logContext};
         return PublicWmi{}.SetBiosPublicWmi(false, params.name, params.value, params.password, *response, logContext);
     });
 }
 
-int WMIService::SetBiosSystemDefaults(JsonDocument* request, JsonDocument* response, const wchar_t* logContext) noexcept
+int WMIService::SetBiosSystemDefaults(JsonDocument* request, JsonDocument* response, const wchar_t* logContext)
 {
-    return AtHandlerEdge([=]() -> int {
-        if (UtilHelper::NullChecker({{request, "request"}, {response, "response"}}, logContext))
-        {
-            return GeneralFailure;
-        }
+    return Handle({{request, "request"}, {response, "response"}}, logContext, [&]() -> int {
         const ReadSetBiosSystemDefaultsParamsJason params{request, logContext};
         return PublicWmi{}.SetBiosPublicWmi(true, nullptr, nullptr, params.password, *response, logContext);
     });
 }
 
 int WMIService::GetWmiClassObjectText(JsonDocument* request, JsonDocument* response, ProgressCallback progressCallback,
-                                      const wchar_t* logContext) noexcept
+                                      const wchar_t* logContext)
 {
-    return AtHandlerEdge([&]() -> int {
-        if (UtilHelper::NullChecker(
-                {{request, "request"}, {response, "response"}, {&progressCallback, "progressCallback"}}, logContext))
-        {
-            return GeneralFailure;
-        }
-        const ReadGetWmiClassObjectTextParamsJason params{request, logContext};
-        return PublicWmi{}.GetClassObjectText(params.wmiClass, params.filter, params.wmiNamespace, progressCallback,
-                                              logContext);
-    });
+    return Handle({{request, "request"}, {response, "response"}, {&progressCallback, "progressCallback"}}, logContext,
+                  [&] {
+                      const ReadGetWmiClassObjectTextParamsJason params{request, logContext};
+                      return PublicWmi{}.GetClassObjectText(params.wmiClass, params.filter, params.wmiNamespace,
+                                                            progressCallback, logContext);
+                  });
 }
 
 } // namespace Zv::Tessel::Server::Services::WMI

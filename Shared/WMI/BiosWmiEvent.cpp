@@ -122,7 +122,7 @@ void BiosWmiEvent::ReleaseSubscription() noexcept
 {
     if (sink)
     {
-        sink->Close(); // WMI may wait for the calls that are under way before it lets go of the sink
+        sink->Events().Close(); // WMI may wait for the calls that are under way before it lets go of the sink
     }
     if (active)
     {

@@ -21,48 +21,6 @@ std::wstring OrEmpty(const wchar_t* text)
 
 } // namespace
 
-// A producer's turn at the mailbox: waits until the slot is free or nobody takes events any more, then holds the
-// mailbox. Its end wakes the registration when an event lies in the slot, else the next producer.
-class BiosWmiEventSink::Turn
-{
-public:
-    explicit Turn(BiosWmiEventSink& at) noexcept : m_sink{at}, m_held{at.lock}
-    {
-        m_sink.slotFreed.Wait(m_held, [this] { return !m_sink.pending || m_sink.closed; });
-    }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-    ~Turn()
-    {
-        const bool announced = m_sink.pending;
-        m_held.unlock();
-        (announced ? m_sink.cond : m_sink.slotFreed).NotifyOne();
-    }
-
-private:
-    BiosWmiEventSink& m_sink;
-    UniqueLock m_held;
-};
-
-BiosWmiEventSink::Delivery::Delivery(BiosWmiEventSink& from) noexcept : m_sink{from}
-{
-    UniqueLock held{m_sink.lock};
-    m_sink.cond.Wait(held, [this] { return m_sink.pending || m_sink.sessionEnded; });
-    m_hasEvent = m_sink.pending;
-}
-
-BiosWmiEventSink::Delivery::~Delivery()
-{
-    if (m_hasEvent)
-    {
-        {
-            const LockGuard held{m_sink.lock};
-            m_sink.pending = false;
-        }
-        m_sink.slotFreed.NotifyOne();
-    }
-}
-
 ComPtr<BiosWmiEventSink> BiosWmiEventSink::Create(const wchar_t* eventName, std::list<int> eventIds,
                                                   const wchar_t* logContext)
 {
@@ -73,15 +31,12 @@ ComPtr<BiosWmiEventSink> BiosWmiEventSink::Create(const wchar_t* eventName, std:
 }
 
 BiosWmiEventSink::BiosWmiEventSink(const wchar_t* eventNameText, std::list<int>&& filter, const wchar_t* logContextText)
-    : eventRecord{rapidjson::kObjectType},
-      logger{Logging::LogManager::GetLogger()},
+    : logger{Logging::LogManager::GetLogger()},
       className{ClassName<BiosWmiEventSink>()},
       eventIds{std::move(filter)},
       eventName{OrEmpty(eventNameText)},
       logContext{OrEmpty(logContextText)}
 {
-    SetRecord(0, 0); // the record's memory is taken now and kept: an event needs none
-    eventRecord.RemoveAllMembers();
 }
 
 BiosWmiEventSink::~BiosWmiEventSink()
@@ -230,42 +185,21 @@ void BiosWmiEventSink::ClearFilter() noexcept
     eventIds.clear();
 }
 
-void BiosWmiEventSink::Close() noexcept
-{
-    const LockGuard held{lock};
-    closed = true;
-    slotFreed.NotifyAll();
-}
-
-void BiosWmiEventSink::EndDelivery() noexcept
-{
-    {
-        const LockGuard held{lock};
-        sessionEnded = true;
-    }
-    cond.NotifyAll();
-}
-
 void BiosWmiEventSink::Announce(Variant& eventId, Variant& eventData)
 {
-    const Turn turn{*this};
-    if (pending || closed)
+    Mailbox::Turn turn{mailbox};
+    if (!turn.MayFill())
     {
         return; // nobody takes events any more
     }
     eventId.ConvertTo(VT_INT);
     eventData.ConvertTo(VT_INT);
-    SetRecord(V_INT(eventId.Address()), V_INT(eventData.Address()));
-    // An event that raised above or could not be signalled is not pending: nobody knows of it, and nobody would take
-    // it out of the next one's way.
-    pending = SignalEvent();
-}
-
-void BiosWmiEventSink::SetRecord(int eventId, int eventData)
-{
-    eventRecord.RemoveAllMembers(); // keeps their memory
-    eventRecord.AddMember(L"eventId", eventId, eventRecord.GetAllocator());
-    eventRecord.AddMember(L"eventData", eventData, eventRecord.GetAllocator());
+    turn.Fill(V_INT(eventId.Address()), V_INT(eventData.Address()));
+    // Of an event that raised above or could not be signalled nobody knows, and nobody would take it out.
+    if (SignalEvent())
+    {
+        turn.Announce();
+    }
 }
 
 bool BiosWmiEventSink::SignalEvent() noexcept

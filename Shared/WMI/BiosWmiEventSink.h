@@ -4,8 +4,8 @@
 #include "Logging/Logging.h"
 #include "Platform/Com/ComPtr.h"
 #include "Platform/Windows/Lock.h"
-#include "Shared/Json/JsonDocument.h"
 #include "Shared/Log/ClassLog.h"
+#include "Shared/WMI/Mailbox.h"
 
 #include <windows.h>
 
@@ -49,35 +49,10 @@ public:
     int RemoveFromFilter(int id) noexcept; // the number of ids left; -1 when it was not in the filter
     void ClearFilter() noexcept;
 
-    // Nobody takes events any more: lets producers go that wait for a full mailbox, and drops what they bring.
-    void Close() noexcept;
-
-    // The session has ended: a registration that waits for an event goes on without one.
-    void EndDelivery() noexcept;
-
-    // An event on its way to the registration, which has one at a time: waits until one is in the mailbox or the
-    // session has ended. The event stays in the slot, where nobody changes it, for as long as this object lives; its
-    // end frees the slot for the next one. The sink's lock is not held meanwhile: the client's callback may use the
-    // session.
-    class Delivery
-    {
-    public:
-        explicit Delivery(BiosWmiEventSink& from) noexcept;
-        Delivery(const Delivery&) = delete;
-        Delivery& operator=(const Delivery&) = delete;
-        ~Delivery();
-
-        [[nodiscard]] bool HasEvent() const noexcept { return m_hasEvent; }
-        [[nodiscard]] const Services::JsonDocument& Record() const noexcept { return m_sink.eventRecord; }
-
-    private:
-        BiosWmiEventSink& m_sink;
-        bool m_hasEvent;
-    };
+    // Where the registration takes the events from.
+    [[nodiscard]] Mailbox& Events() noexcept { return mailbox; }
 
 private:
-    class Turn;
-
     BiosWmiEventSink(const wchar_t* eventNameText, std::list<int>&& filter, const wchar_t* logContextText);
     ~BiosWmiEventSink();
 
@@ -86,29 +61,20 @@ private:
     [[nodiscard]] bool IsFiltering() const noexcept;
     [[nodiscard]] bool Passes(int id) const noexcept;
     void Announce(Variant& eventId, Variant& eventData);
-    void SetRecord(int eventId, int eventData);
     [[nodiscard]] bool SignalEvent() noexcept;
 
     std::atomic<std::int32_t> refCount = 0;
-    Services::JsonDocument eventRecord; // the mailbox: guarded by lock while nothing is pending, else constant
-    Lock lock;
-    Condition cond;               // an event lies in the mailbox: the registration waits for it
-    bool pending = false;         // guarded by lock; an event lies in the mailbox and has been signalled
+    Mailbox mailbox;              // guards itself
     Logging::TraceLogger* logger; // written by the constructor only; not owned, may be null
     const char* className;        // written by the constructor only; not owned
     std::list<int> eventIds;      // changed under the subscription's lock and filterLock, read under filterLock
     std::wstring eventName;       // written by the constructor only
     std::wstring logContext;      // written by the constructor only
-    HANDLE eventHandle = nullptr; // guarded by lock
+    HANDLE eventHandle = nullptr; // used by the producer whose turn at the mailbox it is
 
     // Indicate must not wait for the subscription's lock, which is held while WMI is being called. This one is held for
     // a look at the list only.
     mutable Lock filterLock;
-    // Producers wait here and the registration on `cond`, so that the one thread that each side wakes is always of the
-    // other side.
-    Condition slotFreed;
-    bool closed = false;       // guarded by lock
-    bool sessionEnded = false; // guarded by lock
 };
 
 } // namespace Zv::Tessel::Server::Shared::WMI

@@ -14,6 +14,7 @@ SECTIONS = {
 }
 READ = re.compile(r'reader\.(?:(Number|RequiredText|Text)\(L"(\w+)", "\w+", (\w+)\)|(Filter|Password)\(\))'
                   r'|(?:key = )L"(\w+)"')
+SOURCE = (ROOT / "Services/WMI/Records/Requests.cpp").read_text()
 
 
 def codes():
@@ -23,7 +24,7 @@ def codes():
 
 def keys_of(record):
     """[(key, type, result code or None)]"""
-    source = (ROOT / "Services/WMI/Records" / f"{record}.cpp").read_text()
+    source = re.search(rf"\n{record}::.*?\n}}\n", SOURCE, re.S)[0]
     for kind, key, code, optional, event in READ.findall(source):
         if optional:
             yield optional.lower(), "string", None
@@ -42,8 +43,7 @@ def rows_of(reference, section):
 
 def main():
     reference = (ROOT / "docs/reference.md").read_text()
-    records = {path.stem for path in (ROOT / "Services/WMI/Records").glob("Read*Params*.cpp")}
-    records |= {path.stem for path in (ROOT / "Services/WMI/Records").glob("ReadFilter*.cpp")}
+    records = set(re.findall(r"\n(Read\w+)::Read", SOURCE))
     problems = [f"of no section: {record}" for record in records.symmetric_difference(SECTIONS)]
     for record, section in SECTIONS.items():
         read, rows = list(keys_of(record)), rows_of(reference, section)

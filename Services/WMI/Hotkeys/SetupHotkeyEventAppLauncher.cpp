@@ -1,7 +1,7 @@
 #include "Services/WMI/Hotkeys/SetupHotkeyEventAppLauncher.h"
 
-#include "Services/WMI/Hotkeys/ChimeboxHotKeyAppLauncherFactory.h"
-#include "Services/WMI/Hotkeys/LumashadeHotKeyAppLauncherFactory.h"
+#include "Services/WMI/Hotkeys/Chimebox.h"
+#include "Services/WMI/Hotkeys/Lumashade.h"
 #include "Shared/Log/TextLog.h"
 
 #include <memory>

@@ -1,12 +1,8 @@
 // Makes the compiler lay out the classes whose layouts are checked. Never linked.
 
-#include "Services/WMI/Hotkeys/ChimeboxAppLauncher.h"
-#include "Services/WMI/Hotkeys/ChimeboxHotKeyAppLauncherFactory.h"
-#include "Services/WMI/Hotkeys/ChimeboxHotKeyListener.h"
+#include "Services/WMI/Hotkeys/Chimebox.h"
 #include "Services/WMI/Hotkeys/EventListner.h"
-#include "Services/WMI/Hotkeys/LumashadeAppLauncher.h"
-#include "Services/WMI/Hotkeys/LumashadeHotKeyAppLauncherFactory.h"
-#include "Services/WMI/Hotkeys/LumashadeHotKeyListener.h"
+#include "Services/WMI/Hotkeys/Lumashade.h"
 #include "Services/WMI/WMIService.h"
 #include "Services/WMI/WMIServiceContext.h"
 #include "Shared/WMI/BiosWmiEvent.h"

@@ -1,9 +1,10 @@
-#include "Services/WMI/Hotkeys/LumashadeAppHotKeyEventCallback.h"
+#include "Services/WMI/Hotkeys/Lumashade.h"
 
 #include "Services/WMI/Hotkeys/CompanionApp.h"
 #include "Services/WMI/Hotkeys/HotkeyEvent.h"
-#include "Services/WMI/Hotkeys/LumashadeHotKeyAppLauncherFactory.h"
 #include "Shared/Log/TextLog.h"
+
+#include <utility>
 
 namespace Zv::Tessel::Server::Services::WMI
 {
@@ -20,6 +21,17 @@ bool AsksForApp(const HotkeyEvent& event) noexcept
 }
 
 } // namespace
+
+LumashadeHotKeyListener::LumashadeHotKeyListener()
+    : supportedBoardIds(Lumashade.supportedBoardIds.begin(), Lumashade.supportedBoardIds.end()),
+      hotkeyEventIds(Lumashade.hotkeyEventIds.begin(), Lumashade.hotkeyEventIds.end())
+{
+}
+
+bool LumashadeHotKeyListener::hotkeyListener()
+{
+    return Arm(Lumashade, supportedBoardIds, hotkeyEventIds, &LumashadeAppHotKeyEventCallback);
+}
 
 void LumashadeAppHotKeyEventCallback(wchar_t* eventText)
 {
@@ -42,6 +54,23 @@ void LumashadeAppHotKeyEventCallback(wchar_t* eventText)
     {
         log.Error(Lumashade.callbackFailed);
     }
+}
+
+LumashadeAppLauncher::LumashadeAppLauncher() : IAppLauncher{Lumashade} {}
+
+void LumashadeAppLauncher::LaunchApp(std::wstring argument)
+{
+    Launch(Lumashade, std::move(argument));
+}
+
+std::shared_ptr<IHotKeyListener> LumashadeHotKeyAppLauncherFactory::CreateHotKeyListener()
+{
+    return std::make_shared<LumashadeHotKeyListener>();
+}
+
+std::shared_ptr<IAppLauncher> LumashadeHotKeyAppLauncherFactory::CreateAppLauncher()
+{
+    return std::make_shared<LumashadeAppLauncher>();
 }
 
 } // namespace Zv::Tessel::Server::Services::WMI

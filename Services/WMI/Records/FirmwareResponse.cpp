@@ -1,4 +1,4 @@
-#include "Services/WMI/Records/WriteBiosWmiCommandReturnsJson.h"
+#include "Services/WMI/Records/FirmwareResponse.h"
 
 #include "Services/WMI/Records/RecordReader.h"
 #include "Shared/Log/TypeName.h"

@@ -1,7 +1,6 @@
-#include "Services/WMI/Hotkeys/ChimeboxAppHotKeyEventCallback.h"
+#include "Services/WMI/Hotkeys/Chimebox.h"
 
 #include "Platform/Windows/BoundedFormat.h"
-#include "Services/WMI/Hotkeys/ChimeboxHotKeyAppLauncherFactory.h"
 #include "Services/WMI/Hotkeys/CompanionApp.h"
 #include "Services/WMI/Hotkeys/HotkeyEvent.h"
 #include "Shared/Log/TextLog.h"
@@ -12,6 +11,7 @@
 #include <cwchar>
 #include <iterator>
 #include <system_error>
+#include <utility>
 
 namespace Zv::Tessel::Server::Services::WMI
 {
@@ -48,6 +48,17 @@ std::wstring Argument(std::int32_t id, std::int32_t data)
 
 } // namespace
 
+ChimeboxHotKeyListener::ChimeboxHotKeyListener()
+    : supportedBoardIds(Chimebox.supportedBoardIds.begin(), Chimebox.supportedBoardIds.end()),
+      hotkeyEventIds(Chimebox.hotkeyEventIds.begin(), Chimebox.hotkeyEventIds.end())
+{
+}
+
+bool ChimeboxHotKeyListener::hotkeyListener()
+{
+    return Arm(Chimebox, supportedBoardIds, hotkeyEventIds, &ChimeboxAppHotKeyEventCallback);
+}
+
 void ChimeboxAppHotKeyEventCallback(wchar_t* eventText)
 {
     Logging::TraceLogger* const logger = Logging::LogManager::GetLogger();
@@ -70,6 +81,23 @@ void ChimeboxAppHotKeyEventCallback(wchar_t* eventText)
     {
         log.Error(Chimebox.callbackFailed);
     }
+}
+
+ChimeboxAppLauncher::ChimeboxAppLauncher() : IAppLauncher{Chimebox} {}
+
+void ChimeboxAppLauncher::LaunchApp(std::wstring argument)
+{
+    Launch(Chimebox, std::move(argument));
+}
+
+std::shared_ptr<IHotKeyListener> ChimeboxHotKeyAppLauncherFactory::CreateHotKeyListener()
+{
+    return std::make_shared<ChimeboxHotKeyListener>();
+}
+
+std::shared_ptr<IAppLauncher> ChimeboxHotKeyAppLauncherFactory::CreateAppLauncher()
+{
+    return std::make_shared<ChimeboxAppLauncher>();
 }
 
 } // namespace Zv::Tessel::Server::Services::WMI

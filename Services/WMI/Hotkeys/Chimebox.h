@@ -1,0 +1,44 @@
+// The Chimebox companion app: what listens for its hotkeys, what decides about an event, what starts it.
+#pragma once
+
+#include "Services/WMI/Hotkeys/IHotKeyAppLauncherAbstractFactory.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Zv::Tessel::Server::Services::WMI
+{
+
+class ChimeboxHotKeyListener final : public IHotKeyListener
+{
+public:
+    ChimeboxHotKeyListener();
+
+    bool hotkeyListener() override;
+
+private:
+    std::set<std::wstring> supportedBoardIds; // empty: every board
+    std::vector<int> hotkeyEventIds;
+};
+
+// Progress callback of the app's subscriptions: starts the app when the event asks for it. eventText is the event's
+// JSON text. Runs on the thread of the subscription; throws nothing.
+void ChimeboxAppHotKeyEventCallback(wchar_t* eventText);
+
+class ChimeboxAppLauncher final : public IAppLauncher
+{
+public:
+    ChimeboxAppLauncher();
+
+    void LaunchApp(std::wstring argument) override;
+};
+
+class ChimeboxHotKeyAppLauncherFactory final : public IHotKeyAppLauncherAbstractFactory
+{
+public:
+    std::shared_ptr<IHotKeyListener> CreateHotKeyListener() override;
+    std::shared_ptr<IAppLauncher> CreateAppLauncher() override;
+};
+
+} // namespace Zv::Tessel::Server::Services::WMI
