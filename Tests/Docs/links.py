@@ -6,7 +6,7 @@ from markdown import ROOT, Page, pages, report
 LINK = re.compile(r"\[[^]]*\]\(([^)\s]+)\)")
 CODE = re.compile(r"`([^`]+)`")
 TEST = re.compile(r"\w+Tests: ((?:\w+/)?\w+\*?\.[\w*]+|\w+\*)")
-PATH = re.compile(r"(?:(?:Benchmarks|Host|Interception|Logging|Services|Shared|Simulator|Tests|cmake|docs|scripts)/"
+PATH = re.compile(r"(?:(?:Benchmarks|Host|Interception|Logging|Platform|Services|Shared|Simulator|Tests|cmake|docs|scripts)/"
                   r"|CMake\w+\.\w+|vcpkg\.json|README\.md)[\w.*/…{},-]*")
 
 
