@@ -1,12 +1,55 @@
 #include "Shared/Json/JsonText.h"
 
 #include "Services/CheckedCopy.h"
+#include "Shared/Json/TextScan.h"
 
 #include <rapidjson/reader.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cwchar>
+#include <limits>
+
+namespace Zv::Tessel::Server::Services
+{
+
+using JsonReader = rapidjson::GenericReader<JsonEncoding, JsonEncoding, ThrowingAllocator>;
+using JsonSource = rapidjson::GenericInsituStringStream<JsonEncoding>;
+
+} // namespace Zv::Tessel::Server::Services
+
+// RapidJSON's places for what stands in a string as it is, which it serves for 8-bit text only.
+namespace rapidjson
+{
+
+// The parser: source and target are one stream, which the text moves down once it has left out an escape.
+template <>
+template <>
+inline void Zv::Tessel::Server::Services::JsonReader::ScanCopyUnescapedString(
+    Zv::Tessel::Server::Services::JsonSource& stream, Zv::Tessel::Server::Services::JsonSource& /*stream*/)
+{
+    const std::size_t length =
+        Zv::Tessel::Server::Services::PlainLength(stream.src_, std::numeric_limits<std::size_t>::max());
+    if (stream.src_ != stream.dst_)
+    {
+        std::wmemmove(stream.dst_, stream.src_, length);
+    }
+    stream.src_ += length;
+    stream.dst_ += length;
+}
+
+// The writer: whether there is more to write. It has reserved room for all of it.
+template <>
+inline bool Zv::Tessel::Server::Services::JsonWriter::ScanWriteUnescapedString(
+    GenericStringStream<Zv::Tessel::Server::Services::JsonEncoding>& source, std::size_t length)
+{
+    const std::size_t plain = Zv::Tessel::Server::Services::PlainLength(source.src_, length - source.Tell());
+    std::wmemcpy(os_->PushUnsafe(plain), source.src_, plain);
+    source.src_ += plain;
+    return source.Tell() < length;
+}
+
+} // namespace rapidjson
 
 namespace Zv::Tessel::Server::Services
 {
@@ -61,10 +104,10 @@ bool ParseJson(const wchar_t* text, JsonDocument& document)
     std::wmemcpy(copy, text, size);
 
     ThrowingAllocator heap;
-    rapidjson::GenericReader<JsonEncoding, JsonEncoding, ThrowingAllocator> reader{&heap};
+    JsonReader reader{&heap};
     bool parsed = false;
     const auto parse = [&](JsonDocument& target) {
-        rapidjson::GenericInsituStringStream<JsonEncoding> stream{copy};
+        JsonSource stream{copy};
         BoundedBuilder builder{target};
         parsed = !reader.Parse<rapidjson::kParseInsituFlag>(stream, builder).IsError();
         return parsed;

@@ -1,6 +1,7 @@
 #include "Services/WMI/Records/Requests.h"
 
 #include "Services/JsonUtils.h"
+#include "Shared/Json/TextScan.h"
 #include "Shared/Log/TypeName.h"
 #include "Shared/WMI/FirmwareNames.h"
 
@@ -9,7 +10,6 @@
 #include <wincrypt.h>
 
 #include <algorithm>
-#include <cwchar>
 #include <iterator>
 
 namespace Zv::Tessel::Server::Services::WMI
@@ -51,7 +51,7 @@ void ReadBiosWmiCommandParamsJson::DecodeInput(const RecordReader& reader)
         throw static_cast<int>(code);
     };
 
-    const auto length = static_cast<DWORD>(wcsnlen(inputData, MaxInputTextLength));
+    const auto length = static_cast<DWORD>(BoundedLength(inputData, MaxInputTextLength));
     DWORD decodedSize = 0;
     if (!CryptStringToBinaryW(inputData, length, CRYPT_STRING_BASE64, nullptr, &decodedSize, nullptr, nullptr))
     {
