@@ -84,9 +84,7 @@ constexpr std::size_t CommandsOfASession = 200;
 
 } // namespace
 
-Workload::Workload()
-    : m_machine{Simulator::Machine::Load(std::string{ZV_MACHINES "/notebook.json"})},
-      m_service{m_module}
+Workload::Workload() : m_machine{Simulator::Machine::Load(ZV_MACHINES "/notebook.json")}, m_service{m_module}
 {
     g_machine = &m_machine;
     const Interception::ImportTable imports{m_module.Handle()};

@@ -41,9 +41,9 @@ void LoadUseAndUnload(Seen& seen)
 
 } // namespace
 
-ModuleLife::ModuleLife(std::string name, const char* machine)
+ModuleLife::ModuleLife(std::string name, const char8_t* machine)
     : Scenario{std::move(name), Load},
-      m_machine{Simulator::Machine::Load(std::string{machine})}
+      m_machine{Simulator::Machine::Load(machine)}
 {
 }
 

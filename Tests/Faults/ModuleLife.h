@@ -17,7 +17,7 @@ namespace Zv::Testing
 class ModuleLife final : public Scenario
 {
 public:
-    ModuleLife(std::string name, const char* machine);
+    ModuleLife(std::string name, const char8_t* machine);
 
     [[nodiscard]] Seen Run(const std::optional<PlannedFault>& fault) override;
     [[nodiscard]] bool IsOfClient(const std::wstring& context) const override;

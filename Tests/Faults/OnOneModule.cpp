@@ -20,9 +20,9 @@ HMODULE WarmedUp(const Module& module, const Service& service)
 
 } // namespace
 
-OnOneModule::OnOneModule(std::string name, Group group, const char* machine)
+OnOneModule::OnOneModule(std::string name, Group group, const char8_t* machine)
     : Scenario{std::move(name), group},
-      m_machine{Simulator::Machine::Load(std::string{machine})},
+      m_machine{Simulator::Machine::Load(machine)},
       m_service{m_module},
       m_stage{WarmedUp(m_module, m_service), m_machine}
 {

@@ -37,7 +37,7 @@ public:
     [[nodiscard]] bool RunGoodCommand() final { return SucceedsOn(m_service.Get()); }
 
 protected:
-    OnOneModule(std::string name, Group group, const char* machine);
+    OnOneModule(std::string name, Group group, const char8_t* machine);
 
     virtual void Act(const std::optional<PlannedFault>& fault, Seen& seen) = 0;
 

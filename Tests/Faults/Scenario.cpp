@@ -28,7 +28,7 @@ constexpr wchar_t GoodRequest[] =
 class OneCommand final : public OnOneModule
 {
 public:
-    OneCommand(std::string name, Group group, const char* machine, unsigned int function, std::wstring request)
+    OneCommand(std::string name, Group group, const char8_t* machine, unsigned int function, std::wstring request)
         : OnOneModule{std::move(name), group, machine},
           m_function{function},
           m_request{std::move(request)}
@@ -61,7 +61,7 @@ public:
         Unregister,
         Session
     };
-    WholeRegistration(std::string name, const char* machine, bool filtered, End end)
+    WholeRegistration(std::string name, const char8_t* machine, bool filtered, End end)
         : OnOneModule{std::move(name), Registration, machine},
           m_filtered{filtered},
           m_end{end}
@@ -221,7 +221,7 @@ struct Entry
     std::function<std::unique_ptr<Scenario>(const std::string& name)> make;
 };
 
-Entry Command(std::string name, Group group, const char* machine, unsigned int function, std::wstring request)
+Entry Command(std::string name, Group group, const char8_t* machine, unsigned int function, std::wstring request)
 {
     return {std::move(name), group, [=](const std::string& given) {
                 return std::make_unique<OneCommand>(given, group, machine, function, request);

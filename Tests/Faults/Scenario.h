@@ -32,7 +32,7 @@ enum Group : unsigned int
 };
 
 // The machine that scenarios run on, and their client.
-inline constexpr char ScenarioMachine[] = ZV_MACHINES "/notebook.json";
+inline constexpr char8_t ScenarioMachine[] = ZV_MACHINES "/notebook.json";
 inline constexpr wchar_t ScenarioClient[] = L"test client";
 
 // What a host saw of a run.

@@ -24,7 +24,7 @@ class StartUpTask final : public Scenario
 public:
     explicit StartUpTask(std::string name)
         : Scenario{std::move(name), StartUp},
-          m_machine{Simulator::Machine::Load(std::string{ScenarioMachine})}
+          m_machine{Simulator::Machine::Load(ScenarioMachine)}
     {
     }
 

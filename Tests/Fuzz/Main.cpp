@@ -28,12 +28,14 @@ namespace
 using namespace Zv;
 using namespace Zv::Fuzz;
 
+using Paths = std::vector<std::filesystem::path>;
+
 constexpr std::size_t LargestKept = 16384; // bytes of an input that is kept in a file
 
-std::vector<Input> LoadAll(const std::vector<std::string>& places)
+std::vector<Input> LoadAll(const Paths& places)
 {
     std::vector<Input> inputs = Seeds();
-    for (const std::string& place : places)
+    for (const std::filesystem::path& place : places)
     {
         const std::vector<Input> loaded = Load(place);
         inputs.insert(inputs.end(), loaded.begin(), loaded.end());
@@ -72,7 +74,7 @@ private:
     unsigned long long m_runs = 0;
 };
 
-void Replay(const std::vector<std::string>& places)
+void Replay(const Paths& places)
 {
     Runner runner{Testing::ModuleFolder() / "WMIService.dll", "."};
     for (const Input& input : LoadAll(places))
@@ -95,13 +97,13 @@ const Input& ChooseParent(const std::vector<Input>& pool, Random& random)
     return *parent;
 }
 
-void FuzzFor(const std::string& module, std::chrono::seconds limit, std::uint64_t seed, const std::string& found,
-             const std::vector<std::string>& places)
+void FuzzFor(const std::filesystem::path& module, std::chrono::seconds limit, std::uint64_t seed,
+             const std::filesystem::path& found, const Paths& places)
 {
     Runner runner{module, found};
     if (!runner.Ways().IsMeasured())
     {
-        throw std::runtime_error{module + " is not instrumented"};
+        throw std::runtime_error{module.string() + " is not instrumented"};
     }
     std::vector<Input> pool;
     for (const Input& input : LoadAll(places))
@@ -145,7 +147,7 @@ void FuzzFor(const std::string& module, std::chrono::seconds limit, std::uint64_
                 static_cast<long long>(limit.count()), runner.Ways().Ways() - waysBefore, pool.size() - before);
 }
 
-void Choose(const std::string& module, const std::string& into, const std::vector<std::string>& places)
+void Choose(const std::filesystem::path& module, const std::filesystem::path& into, const Paths& places)
 {
     Runner runner{module, "."};
     for (const Input& seed : Seeds())
@@ -154,7 +156,7 @@ void Choose(const std::string& module, const std::string& into, const std::vecto
         static_cast<void>(runner.Ways().HasNewWay());
     }
     std::size_t chosen = 0;
-    for (const std::string& place : places)
+    for (const std::filesystem::path& place : places)
     {
         for (const Input& input : Load(place))
         {
@@ -171,14 +173,14 @@ void Choose(const std::string& module, const std::string& into, const std::vecto
 
 } // namespace
 
-int main(int argc, char** argv)
+extern "C" int wmain(int argc, wchar_t** argv)
 {
     try
     {
-        const std::vector<std::string> arguments(argv + 1, argv + argc);
-        const std::string mode = arguments.empty() ? "" : arguments[0];
+        const Paths arguments(argv + 1, argv + argc);
+        const std::string mode = arguments.empty() ? "" : arguments[0].string();
         const auto rest = [&arguments](std::size_t first) {
-            return std::vector<std::string>(arguments.begin() + static_cast<std::ptrdiff_t>(first), arguments.end());
+            return Paths(arguments.begin() + static_cast<std::ptrdiff_t>(first), arguments.end());
         };
         if (mode == "replay")
         {
@@ -186,8 +188,8 @@ int main(int argc, char** argv)
         }
         else if (mode == "fuzz" && arguments.size() >= 5)
         {
-            FuzzFor(arguments[1], std::chrono::seconds{std::stoll(arguments[2])}, std::stoull(arguments[3]),
-                    arguments[4], rest(5));
+            FuzzFor(arguments[1], std::chrono::seconds{std::stoll(arguments[2].string())},
+                    std::stoull(arguments[3].string()), arguments[4], rest(5));
         }
         else if (mode == "choose" && arguments.size() >= 3)
         {

@@ -26,7 +26,7 @@ TEST(HostCheck, SaysWhatIsInADescription)
 
 TEST(HostCheck, FindsEveryMachineThatShipsValid)
 {
-    for (const auto& entry : std::filesystem::directory_iterator{ZV_MACHINES})
+    for (const auto& entry : std::filesystem::directory_iterator{u8"" ZV_MACHINES})
     {
         EXPECT_EQ(RunHost({"check", entry.path().string()}).exitCode, 0) << entry.path();
     }

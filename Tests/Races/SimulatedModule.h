@@ -33,7 +33,7 @@ struct SimulatedModule
     FaultPlan plan;
     Ledgers ledgers;
     Module module;
-    Simulator::Machine machine = Simulator::Machine::Load(std::string{ZV_MACHINES "/notebook.json"});
+    Simulator::Machine machine = Simulator::Machine::Load(ZV_MACHINES "/notebook.json");
     Service service{module};
     const Simulator::AutomationWatch automation{machine, module.Handle()};
     PlatformCalls calls{module.Handle(), transcript, plan, ledgers};

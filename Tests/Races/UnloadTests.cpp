@@ -169,7 +169,7 @@ protected:
         EXPECT_EQ(machine.Outstanding().Total(), 0u) << machine.Outstanding().Describe();
     }
 
-    Simulator::Machine machine = Simulator::Machine::Load(std::string{ZV_MACHINES "/notebook.json"});
+    Simulator::Machine machine = Simulator::Machine::Load(ZV_MACHINES "/notebook.json");
     std::size_t switches = 0;
     std::size_t events = 0;
 };

@@ -53,7 +53,7 @@ class DescriptionWritten : public testing::TestWithParam<const char*>
 
 TEST_P(DescriptionWritten, IsReadAsItWas)
 {
-    const Machine machine = Machine::Load(std::string{ZV_MACHINES} + '/' + GetParam() + ".json");
+    const Machine machine = Machine::Load(std::filesystem::path{ZV_MACHINES} / (GetParam() + std::string{".json"}));
     const Description& description = machine.GetDescription();
 
     const std::string written = WriteDescription(WithoutSystemClasses(description), "a note");

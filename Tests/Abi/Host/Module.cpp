@@ -159,23 +159,23 @@ HMODULE Module()
     static HMODULE module = nullptr;
     if (module == nullptr)
     {
-        char path[MAX_PATH];
-        GetModuleFileNameA(nullptr, path, MAX_PATH);
+        wchar_t path[MAX_PATH];
+        GetModuleFileNameW(nullptr, path, MAX_PATH);
         // build/<preset>/tests/<program>: the module lies in build/<preset>/bin
         for (int folders = 0; folders < 2; ++folders)
         {
-            char* last = path;
-            for (char* c = path; *c != '\0'; ++c)
+            wchar_t* last = path;
+            for (wchar_t* c = path; *c != L'\0'; ++c)
             {
-                last = *c == '\\' ? c : last;
+                last = *c == L'\\' ? c : last;
             }
-            *last = '\0';
+            *last = L'\0';
         }
-        lstrcatA(path, "\\bin\\WMIService.dll");
-        module = LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+        lstrcatW(path, L"\\bin\\WMIService.dll");
+        module = LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
         if (module == nullptr)
         {
-            ReportFailure(__FILE__, __LINE__, path, "cannot be loaded");
+            ReportFailure(__FILE__, __LINE__, "bin\\WMIService.dll", "cannot be loaded");
             ExitProcess(1);
         }
     }
