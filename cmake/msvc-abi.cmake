@@ -9,6 +9,8 @@ set(CMAKE_CXX_COMPILER_TARGET x86_64-pc-windows-msvc)
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 set(CMAKE_AR x86_64-w64-mingw32-ar)
 set(CMAKE_RANLIB x86_64-w64-mingw32-ranlib)
+# CMake asks for one with this compiler, though nothing here has resources.
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 # MicrosoftAbiAdjustments.h says what the headers need and why.
 set(CMAKE_CXX_FLAGS_INIT "-fgnuc-version=12 -fexceptions -fcxx-exceptions -nostdinc++ \
