@@ -2,8 +2,7 @@
 // memory. RapidJSON itself does not look at what its base allocator returns, so the allocator here throws.
 #pragma once
 
-// Some of RapidJSON's assertions are about its input (the escape \uDC00 without its partner): never a reason to end
-// the host's process, in whatever build.
+// RapidJSON's assertions are never a reason to end the host's process, in whatever build.
 #define RAPIDJSON_ASSERT(condition) static_cast<void>(sizeof(condition))
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>

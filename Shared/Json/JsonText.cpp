@@ -13,8 +13,24 @@
 namespace Zv::Tessel::Server::Services
 {
 
-using JsonReader = rapidjson::GenericReader<JsonEncoding, JsonEncoding, ThrowingAllocator>;
-using JsonSource = rapidjson::GenericInsituStringStream<JsonEncoding>;
+// Refuses the escape of a low surrogate without its high one, as releases of RapidJSON after 1.1.0 do: 1.1.0 would
+// write the half pair into the document. Called by the parser for each escaped code point.
+struct WholePairs : JsonEncoding
+{
+    template <class Stream>
+    static void Encode(Stream& stream, unsigned int codePoint)
+    {
+        if (codePoint >= 0xDC00 && codePoint <= 0xDFFF)
+        {
+            *stream.src_ = L'\0'; // the parser finds the text at its end, within a string
+            return;
+        }
+        JsonEncoding::Encode(stream, codePoint);
+    }
+};
+
+using JsonReader = rapidjson::GenericReader<WholePairs, JsonEncoding, ThrowingAllocator>;
+using JsonSource = rapidjson::GenericInsituStringStream<WholePairs>;
 
 } // namespace Zv::Tessel::Server::Services
 

@@ -140,6 +140,10 @@ TEST_F(HostileRequest, WithAnEscapedLoneSurrogateIsMalformed)
     EXPECT_EQ(Run(16, LR"({"property":"\ud800"})").code, 0x20000016);
     EXPECT_EQ(Run(16, LR"({"property":"\ud800x"})").code, 0x20000016);
     EXPECT_EQ(Run(16, LR"({"property":"\ud800\ud800"})").code, 0x20000016);
+    EXPECT_EQ(Run(16, LR"({"property":"\udc00"})").code, 0x20000016);
+    EXPECT_EQ(Run(16, LR"({"property":"\uDFFFx"})").code, 0x20000016);
+    EXPECT_EQ(Run(16, LR"({"property":"\ud83d\ude00\ude00"})").code, 0x20000016);
+    EXPECT_EQ(Run(16, LR"({"\udc00":0})").code, 0x20000016);
 }
 
 TEST_F(HostileRequest, WithARawLoneSurrogateIsPassedOnAsItIs)
