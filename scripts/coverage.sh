@@ -12,9 +12,10 @@ if ((${#programs[@]} == 0)); then
     programs=(FaultTests HotkeyTests ServiceTests LauncherTests EventTests QueryTests ConnectionTests FirmwareTests
         RecordTests UserSessionTests MicrosoftHost)
 fi
-zv_install_missing_packages
+zv_install "${zv_for_coverage[@]}"
 
 # The test programs load the module at run time: those of the ordinary build do, beside a module of the other one.
+zv_configure
 zv_build
 build=build/linux-mingw-coverage
 cmake --preset linux-mingw-coverage -DZV_BUILD_TESTS=OFF -DZV_BUILD_BENCHMARKS=OFF

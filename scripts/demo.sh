@@ -1,21 +1,33 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the module and its host program, and shows them at work under Wine.
+# Installs what is missing, builds the module and its host program, and shows each at work under Wine as soon as it is built.
 # Fails when an act does not end as it should.
 #   usage: demo.sh [FOLDER]      FOLDER: an unpacked release, whose program and machines are shown
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
-zv_install_missing_packages
-zv_build --target wmihost LaunchedProgram
+binaries=build/linux-mingw/bin
 machines=Simulator/machines
 if (($# != 0)); then
-    zv_wmihost=$1/bin/wmihost.exe
+    binaries=$1/bin
     machines=$1/share/WMIService/machines
 fi
+demo=build/demo
+mkdir -p $demo
 
 act() {
     printf '\n=== %s ===\n' "$*"
+}
+
+# small_program NAME SOURCE...: builds a program that needs nothing of CMake's.
+small_program() {
+    local name=$1
+    shift
+    x86_64-w64-mingw32-g++-posix -std=c++20 -I. "$@" -static -lshell32 -o "$demo/$name.exe"
+}
+
+wmihost() {
+    scripts/wine-run.sh "$binaries/wmihost.exe" "$@"
 }
 
 # show EXIT-CODE ARGUMENT...: runs wmihost with the arguments, its input being ours.
@@ -35,6 +47,30 @@ show() {
         exit 1
     fi
 }
+
+zv_phase packages
+zv_install "${zv_for_building[@]}"
+zv_phase module
+scripts/wine-run.sh & # its first start takes as long as the build
+wine=$!
+if (($# == 0)); then
+    zv_configure_without_tests
+    zv_build WMIService
+fi
+small_program consumer Tests/Package/consumer/Main.cpp
+cp "$binaries"/{WMIService,Logging}.dll $demo
+wait $wine
+
+act "The README's host of twenty lines loads the module and asks this machine's WMI for its name"
+printf '\n$ consumer\n'
+scripts/wine-run.sh $demo/consumer.exe
+echo "First answer after $SECONDS seconds."
+
+if (($# == 0)); then
+    zv_phase wmihost
+    zv_build wmihost
+fi
+zv_phase acts
 
 act "This machine's WMI: one value, every instance, whole objects"
 show 0 get Win32_BaseBoard Product </dev/null
@@ -75,12 +111,10 @@ show 0 set "Fast Boot" Disable --password - "${notebook[@]}" <<<'Winter-2024'
 show 0 defaults --yes --password - "${notebook[@]}" <<<'Winter-2024'
 
 act "This machine recorded, and its description simulated"
-show 0 record --out build/recorded.json Win32_BIOS Win32_BaseBoard </dev/null
-show 0 check build/recorded.json </dev/null
-show 0 --simulate build/recorded.json get Win32_BIOS SerialNumber </dev/null
+show 0 record --out $demo/recorded.json Win32_BIOS Win32_BaseBoard </dev/null
+show 0 check $demo/recorded.json </dev/null
+show 0 --simulate $demo/recorded.json get Win32_BIOS SerialNumber </dev/null
 
-demo=build/demo
-mkdir -p "$demo"
 description=$(<"$machines/notebook.json")
 
 act "A simulated notebook's firmware events, as they come"
@@ -89,11 +123,12 @@ printf '%s\n' "${description/'"events": {'/"\"events\": { $schedule,"}" >"$demo/
 show 0 --simulate "$demo/events.json" events --count 2 </dev/null
 
 act "Hotkeys on a simulated notebook: one is only shown, the other starts a program of this machine"
+small_program LaunchedProgram Tests/Launcher/LaunchedProgram.cpp Tests/Support/Text.cpp
 report=$PWD/$demo/report.txt
 rm -f "$report"
 launched=$description
 launched=${launched/'"alias": "ChimeboxUWP.exe",'/"\"alias\": \"ChimeboxUWP.exe\",
-      \"executable\": \"Z:$PWD/build/linux-mingw/tests/LaunchedProgram.exe\","}
+      \"executable\": \"Z:$PWD/$demo/LaunchedProgram.exe\","}
 launched=${launched/'"C:\\Program Files\\WindowsApps\\7B3E90C4.Chimeboxes_1.38.2.0_x64__k2x7m4qp9wt1d"'/'"C:\\windows"'}
 launched=${launched/'"environment": {'/"\"environment\": { \"ZV_REPORT\": \"Z:$report\","}
 printf '%s\n' "$launched" >"$demo/hotkeys.json"
@@ -105,3 +140,4 @@ for ((i = 0; i < 300; ++i)); do
 done
 printf '\nThe started program writes:\n'
 grep -E '^(command line|arguments|directory):' "$report"
+zv_summary

@@ -23,7 +23,7 @@ headers=(
     Simulator/Machine.h
 )
 
-zv_install_missing_packages
+zv_install "${zv_for_site[@]}"
 rm -rf build/site build/site-input
 python3 -B scripts/site/filter.py build/site-input README.md docs/*.md scripts/site/search.md "${headers[@]}"
 doxygen scripts/site/Doxyfile

@@ -8,8 +8,9 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
-zv_install_missing_packages
-zv_build --target CommandFuzzer --target WMIServiceFuzz
+zv_install "${zv_for_tests[@]}"
+zv_configure
+zv_build CommandFuzzer WMIServiceFuzz
 
 corpus=Tests/Fuzz/corpus
 kept=build/fuzz

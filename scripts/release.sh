@@ -6,8 +6,9 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
-zv_install_missing_packages
-zv_build --target release
+zv_install "${zv_for_building[@]}" "${zv_for_site[@]}"
+zv_configure_without_tests
+zv_build release
 
 archive=$(ls build/linux-mingw/release/*.zip)
 python3 Tests/Package/release_tests.py "$archive"
