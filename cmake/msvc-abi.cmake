@@ -14,5 +14,5 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 # MicrosoftAbiAdjustments.h says what the headers need and why.
 set(CMAKE_CXX_FLAGS_INIT "-fgnuc-version=12 -fexceptions -fcxx-exceptions -nostdinc++ \
--include ${CMAKE_CURRENT_LIST_DIR}/MicrosoftAbiAdjustments.h \
+-include \"${CMAKE_CURRENT_LIST_DIR}/MicrosoftAbiAdjustments.h\" \
 -isystem /usr/lib/llvm-19/include/c++/v1 -isystem /usr/x86_64-w64-mingw32/include")
