@@ -23,7 +23,6 @@ if(CMAKE_CROSSCOMPILING)
 
   if(ZV_BUILD_TESTS AND NOT ZV_COMPILE_ONLY)
     set(INSTALL_GTEST OFF)
-    set(gtest_disable_pthreads OFF)
     add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/third-party/googletest EXCLUDE_FROM_ALL SYSTEM)
   endif()
 else()
