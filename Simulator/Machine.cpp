@@ -34,6 +34,14 @@ Value NumberFor(const Class& definition, const std::wstring& name, int number)
     return property.type == CIM_UINT32 ? std::int64_t{static_cast<std::uint32_t>(number)} : std::int64_t{number};
 }
 
+// The system's own function: the import that this program calls it by may lead back here.
+HRESULT CreateSystemInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID iid, void** result) noexcept
+{
+    const auto create = reinterpret_cast<decltype(&CoCreateInstance)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ole32.dll"), "CoCreateInstance")));
+    return create == nullptr ? REGDB_E_CLASSNOTREG : create(classId, outer, context, iid, result);
+}
+
 } // namespace
 
 std::size_t OutstandingCounts::Total() const noexcept
@@ -94,7 +102,8 @@ Machine::~Machine()
     if (m_core != nullptr)
     {
         m_core->gate.ReleaseHangs();
-        if (const std::size_t stuck = m_core->events->Stop(PatienceAtTheEnd); stuck != 0)
+        const std::size_t stuck = m_core->events->Stop(PatienceAtTheEnd) + m_core->calls.Stop(PatienceAtTheEnd);
+        if (stuck != 0)
         {
             std::fprintf(stderr, "Simulator: %zu threads never came back from a sink and were left there.\n", stuck);
         }
@@ -109,8 +118,12 @@ HRESULT Machine::CreateInstance(REFCLSID classId, IUnknown* outer, DWORD context
     }
     *result = nullptr;
     const bool locator = classId == CLSID_WbemLocator;
+    if (!locator && classId != CLSID_UnsecuredApartment)
+    {
+        return CreateSystemInstance(classId, outer, context, iid, result);
+    }
     const DWORD wanted = locator ? DWORD{CLSCTX_INPROC_SERVER} : DWORD{CLSCTX_LOCAL_SERVER};
-    if ((!locator && classId != CLSID_UnsecuredApartment) || (context & wanted) == 0)
+    if ((context & wanted) == 0)
     {
         return REGDB_E_CLASSNOTREG;
     }
@@ -228,8 +241,11 @@ std::vector<ComPtr<IWbemObjectSink>> Machine::Sinks() const
     std::vector<ComPtr<IWbemObjectSink>> sinks;
     for (const SubscriptionPtr& subscription : m_core->events->Subscriptions())
     {
-        subscription->sink->AddRef();
-        sinks.emplace_back(subscription->sink.Get());
+        if (subscription->sink)
+        {
+            subscription->sink->AddRef();
+            sinks.emplace_back(subscription->sink.Get());
+        }
     }
     return sinks;
 }

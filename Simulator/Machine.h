@@ -61,8 +61,8 @@ public:
     Machine& operator=(const Machine&) = delete;
     ~Machine();
 
-    // Answers as CoCreateInstance does for CLSID_WbemLocator and CLSID_UnsecuredApartment; any other class is not
-    // registered on this machine.
+    // Answers as CoCreateInstance does for CLSID_WbemLocator and CLSID_UnsecuredApartment; objects of any other class
+    // are the system's own.
     [[nodiscard]] HRESULT CreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID iid,
                                          void** result) noexcept;
 

@@ -39,11 +39,14 @@ struct Value : std::variant<std::monostate, bool, std::int64_t, double, std::wst
 struct Property
 {
     std::wstring name;
+    std::wstring description;  // may be empty, here and below
     CIMTYPE type = CIM_STRING; // CIM_FLAG_ARRAY included
     std::wstring objectClass;  // of a CIM_OBJECT that holds one class only; else empty
     bool key = false;
-    Value initial;                   // of a fresh instance
-    std::optional<std::size_t> size; // bytes given shorter than this are filled up with zeros
+    Value initial;                           // of a fresh instance
+    std::optional<std::size_t> size;         // bytes given shorter than this are filled up with zeros
+    const wchar_t* direction = nullptr;      // "in" or "out" of a method's parameter
+    std::optional<std::int64_t> parameterId; // its place in the call; the returned value has none
 
     [[nodiscard]] bool IsArray() const noexcept { return (type & CIM_FLAG_ARRAY) != 0; }
     [[nodiscard]] CIMTYPE ElementType() const noexcept { return type & ~CIM_FLAG_ARRAY; }
@@ -57,11 +60,14 @@ struct Method;
 struct Class
 {
     std::wstring name;
+    std::wstring description;
     std::wstring server;
     std::wstring nameSpace; // as the description spells it, for example root\wmi
     bool event = false;
+    bool singleton = false; // without key properties: the path of its only instance ends in =@
     std::vector<Property> properties;
     std::vector<Method> methods;
+    std::vector<std::wstring_view> hidden; // system properties that a SELECT with a list left out: they are NULL
 
     // Null when there is none; names compare without case.
     [[nodiscard]] std::optional<std::size_t> FindProperty(std::wstring_view property) const noexcept;
@@ -120,8 +126,10 @@ struct Method
     };
 
     std::wstring name;
-    ClassPtr in;  // null without in-parameters
-    ClassPtr out; // null without out-parameters
+    std::wstring description;
+    bool isStatic = false; // called on the class, not on an instance
+    ClassPtr in;           // null without in-parameters
+    ClassPtr out;          // null without out-parameters
     Act act = Act::Scripted;
     std::vector<Rule> rules;
     Answer otherwise; // when no rule fits

@@ -3,6 +3,8 @@
 #include "Simulator/Cim/CimTypes.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cwchar>
 
 namespace Zv::Simulator
 {
@@ -36,6 +38,27 @@ std::wstring KeyText(const Property& property, const Value& value)
     }
     const std::wstring* const text = value.As<std::wstring>();
     return text == nullptr ? std::wstring{} : *text;
+}
+
+std::optional<std::uint64_t> ParseHexadecimal(std::wstring_view digits)
+{
+    constexpr std::size_t longest = 16;
+    const bool isNumber = !digits.empty() && digits.size() <= longest &&
+                          digits.find_first_not_of(L"0123456789abcdefABCDEF") == std::wstring_view::npos;
+    return isNumber ? std::optional{std::uint64_t{std::wcstoull(std::wstring{digits}.c_str(), nullptr, 16)}}
+                    : std::nullopt;
+}
+
+// Numbers may be written in two ways in a path: 26 and 0x1A are one.
+bool IsKeyValue(const Property& property, const Value& value, std::wstring_view text)
+{
+    const bool hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
+    if (const std::int64_t* const number = value.As<std::int64_t>(); number != nullptr && hexadecimal)
+    {
+        const std::optional<std::uint64_t> given = ParseHexadecimal(text.substr(2));
+        return given && *given == static_cast<std::uint64_t>(*number);
+    }
+    return EqualNoCase(text, KeyText(property, value));
 }
 
 // Reads the keys of an object path from left to right.
@@ -167,9 +190,9 @@ bool Names(const ObjectPath& path, const Object& instance)
             continue;
         }
         ++keyCount;
-        const std::wstring text = KeyText(property, instance.values[i]);
         matched += static_cast<std::size_t>(std::ranges::count_if(path.keys, [&](const auto& key) {
-            return (key.first.empty() || EqualNoCase(key.first, property.name)) && EqualNoCase(key.second, text);
+            return (key.first.empty() || EqualNoCase(key.first, property.name)) &&
+                   IsKeyValue(property, instance.values[i], key.second);
         }));
     }
     return matched == path.keys.size() && keyCount == path.keys.size();
@@ -200,7 +223,7 @@ std::wstring RelativePath(const Object& object)
     }
     if (!object.definition->HasKey())
     {
-        return {};
+        return object.definition->singleton ? className + L"=@" : std::wstring{};
     }
     return className + L"." + KeyOf(object);
 }
@@ -220,16 +243,16 @@ std::optional<NamespaceName> ParseNamespace(std::wstring_view text)
     NamespaceName name;
     if (path.starts_with(L"\\\\"))
     {
-        const std::size_t end = path.find(L'\\', 2);
-        if (end == std::wstring::npos || end == 2)
-        {
-            return std::nullopt;
-        }
+        const std::size_t end = std::min(path.find(L'\\', 2), path.size());
         name.server = path.substr(2, end - 2);
         path.erase(0, end + 1);
         if (name.server == L"." || EqualNoCase(name.server, L"localhost"))
         {
             name.server.clear();
+        }
+        else if (path.empty() && !name.server.empty()) // a computer and nothing else
+        {
+            return name;
         }
     }
     if (path.empty() || path.front() == L'\\' || path.back() == L'\\' || path.find(L"\\\\") != std::wstring::npos)

@@ -38,7 +38,7 @@ struct ObjectPath
 struct NamespaceName
 {
     std::wstring server; // empty: this machine
-    std::wstring path;
+    std::wstring path;   // empty: only a server was named
 };
 [[nodiscard]] std::optional<NamespaceName> ParseNamespace(std::wstring_view text);
 

@@ -64,6 +64,18 @@ constexpr SystemProperty Properties[] = {
     {L"__PATH", CIM_STRING, [](const Object& object) { return TextOrNull(FullPath(object)); }},
 };
 
+// An event happens nowhere: it has no path.
+bool IsEvent(const Object& object) noexcept
+{
+    return object.isInstance && object.definition->event;
+}
+
+bool IsPlace(const SystemProperty& property) noexcept
+{
+    constexpr std::wstring_view places[] = {L"__RELPATH", L"__SERVER", L"__NAMESPACE", L"__PATH"};
+    return std::ranges::find(places, property.name) != std::end(places);
+}
+
 } // namespace
 
 bool IsSystemName(std::wstring_view name) noexcept
@@ -79,7 +91,10 @@ std::optional<SystemValue> FindSystemProperty(const Object& object, std::wstring
     {
         return std::nullopt;
     }
-    return SystemValue{found->name, found->type, found->get(object)};
+    const std::vector<std::wstring_view>& hidden = object.definition->hidden;
+    const bool isHidden =
+        std::ranges::find(hidden, found->name) != hidden.end() || (IsEvent(object) && IsPlace(*found));
+    return SystemValue{found->name, found->type, isHidden ? Value{} : found->get(object)};
 }
 
 const std::vector<std::wstring_view>& SystemPropertyNames()

@@ -3,6 +3,7 @@
 #include "Simulator/Cim/MofText.h"
 #include "Simulator/Cim/SystemProperties.h"
 #include "Simulator/Cim/ValueCompare.h"
+#include "Simulator/Com/QualifierSet.h"
 #include "Simulator/Com/VariantConversion.h"
 
 namespace Zv::Simulator
@@ -53,6 +54,23 @@ std::vector<std::wstring> ChooseNames(const Object& object, LONG flags)
     return names;
 }
 
+// Whether a property has the qualifier, with this value if one is given. System properties have none.
+bool Qualifies(const Object& object, const std::wstring& name, const wchar_t* qualifier, const VARIANT* value)
+{
+    const auto index = object.definition->FindProperty(name);
+    const QualifierList qualifiers =
+        index ? QualifiersOf(object, object.definition->properties[*index]) : QualifierList{};
+    const Qualifier* const found = FindQualifier(qualifiers, qualifier);
+    if (found == nullptr || value == nullptr)
+    {
+        return found != nullptr;
+    }
+    Property type;
+    type.type = found->type;
+    Value wanted;
+    return SUCCEEDED(FromVariant(*value, type, wanted)) && SameValue(wanted, found->value);
+}
+
 std::wstring TypeDetail(const VARIANT* value, CIMTYPE type)
 {
     if (value == nullptr)
@@ -89,9 +107,64 @@ HRESULT ClassObject::QueryInterface(REFIID iid, void** result)
     return Query(Site::ObjectQueryInterface, iid, result, IID_IWbemClassObject);
 }
 
-HRESULT ClassObject::GetQualifierSet(IWbemQualifierSet**)
+HRESULT ClassObject::GetQualifierSet(IWbemQualifierSet** qualifiers)
 {
-    return Status(WBEM_E_NOT_SUPPORTED); // descriptions know no qualifiers
+    return PresentQualifiers(Site::ObjectGetQualifierSet, L"", qualifiers,
+                             [](const Object& object, QualifierList& list) {
+                                 list = QualifiersOf(object);
+                                 return S_OK;
+                             });
+}
+
+HRESULT ClassObject::GetPropertyQualifierSet(LPCWSTR name, IWbemQualifierSet** qualifiers)
+{
+    return PresentQualifiers(Site::ObjectGetPropertyQualifierSet, name, qualifiers,
+                             [&](const Object& object, QualifierList& list) -> HRESULT {
+                                 const auto index = object.definition->FindProperty(name);
+                                 if (!index)
+                                 {
+                                     return Status(IsSystemName(name) ? WBEM_E_SYSTEM_PROPERTY : WBEM_E_NOT_FOUND);
+                                 }
+                                 list = QualifiersOf(object, object.definition->properties[*index]);
+                                 return S_OK;
+                             });
+}
+
+HRESULT ClassObject::GetMethodQualifierSet(LPCWSTR name, IWbemQualifierSet** qualifiers)
+{
+    return PresentQualifiers(Site::ObjectGetMethodQualifierSet, name, qualifiers,
+                             [&](const Object& object, QualifierList& list) -> HRESULT {
+                                 if (object.isInstance)
+                                 {
+                                     return Status(WBEM_E_ILLEGAL_OPERATION);
+                                 }
+                                 const Method* const method = object.definition->FindMethod(name);
+                                 if (method == nullptr)
+                                 {
+                                     return Status(WBEM_E_NOT_FOUND);
+                                 }
+                                 list = QualifiersOf(*method);
+                                 return S_OK;
+                             });
+}
+
+HRESULT ClassObject::PresentQualifiers(Site site, LPCWSTR name, IWbemQualifierSet** qualifiers,
+                                       const std::function<HRESULT(const Object&, QualifierList&)>& find)
+{
+    return Gate().Call(site, name == nullptr ? L"" : name, [&]() -> HRESULT {
+        if (name == nullptr || qualifiers == nullptr)
+        {
+            return Status(WBEM_E_INVALID_PARAMETER);
+        }
+        *qualifiers = nullptr;
+        QualifierList list;
+        const HRESULT hr = find(*Content(), list);
+        if (SUCCEEDED(hr))
+        {
+            *qualifiers = MakeObject<QualifierSet>(SharedCore(), std::move(list)).Detach();
+        }
+        return hr;
+    });
 }
 
 HRESULT ClassObject::Get(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor)
@@ -153,7 +226,12 @@ HRESULT ClassObject::StoreProperty(std::wstring_view name, const VARIANT* value,
     const auto index = before->definition->FindProperty(name);
     if (!index)
     {
-        // System properties are the machine's; new properties would make another class.
+        const bool isText = value != nullptr && V_VT(value) == VT_BSTR && V_BSTR(value) != nullptr;
+        if (isText && !before->isInstance && EqualNoCase(name, L"__CLASS"))
+        {
+            return Rename(V_BSTR(value));
+        }
+        // Other system properties are the machine's; new properties would make another class.
         return Status(IsSystemName(name) ? WBEM_E_INVALID_PARAMETER : WBEM_E_NOT_FOUND);
     }
     const Property& property = before->definition->properties[*index];
@@ -177,6 +255,18 @@ HRESULT ClassObject::StoreProperty(std::wstring_view name, const VARIANT* value,
     return S_OK;
 }
 
+// A class that is to become another one; nobody can put it into the machine.
+HRESULT ClassObject::Rename(std::wstring_view name)
+{
+    const LockGuard guard{m_lock};
+    auto definition = std::make_shared<Class>(*m_object->definition);
+    definition->name = name;
+    auto changed = std::make_shared<Object>(*m_object);
+    changed->definition = std::move(definition);
+    m_object = std::move(changed);
+    return S_OK;
+}
+
 HRESULT ClassObject::Delete(LPCWSTR name)
 {
     return Gate().Call(Site::ObjectDelete, name == nullptr ? L"" : name, [&]() -> HRESULT {
@@ -192,7 +282,7 @@ HRESULT ClassObject::Delete(LPCWSTR name)
         }
         if (!m_object->isInstance)
         {
-            return Status(WBEM_E_NOT_SUPPORTED);
+            return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
         }
         // Of an instance only the value goes, and the class's own comes back.
         auto changed = std::make_shared<Object>(*m_object);
@@ -202,7 +292,7 @@ HRESULT ClassObject::Delete(LPCWSTR name)
     });
 }
 
-HRESULT ClassObject::GetNames(LPCWSTR qualifier, LONG flags, VARIANT*, SAFEARRAY** names)
+HRESULT ClassObject::GetNames(LPCWSTR qualifier, LONG flags, VARIANT* value, SAFEARRAY** names)
 {
     return Gate().Call(Site::ObjectGetNames, {}, [&]() -> HRESULT {
         if (names == nullptr)
@@ -210,11 +300,20 @@ HRESULT ClassObject::GetNames(LPCWSTR qualifier, LONG flags, VARIANT*, SAFEARRAY
             return Status(WBEM_E_INVALID_PARAMETER);
         }
         *names = nullptr;
-        if (qualifier != nullptr)
+        const LONG condition = flags & WBEM_MASK_PRIMARY_CONDITION;
+        if (condition != WBEM_FLAG_ALWAYS && qualifier == nullptr)
         {
-            return Status(WBEM_E_NOT_SUPPORTED);
+            return Status(WBEM_E_INVALID_PARAMETER);
         }
-        *names = MakeStringArray(GetCore(), ChooseNames(*Content(), flags));
+        const ObjectPtr object = Content();
+        std::vector<std::wstring> chosen = ChooseNames(*object, flags);
+        if (condition != WBEM_FLAG_ALWAYS)
+        {
+            std::erase_if(chosen, [&](const std::wstring& name) {
+                return Qualifies(*object, name, qualifier, value) == (condition == WBEM_FLAG_ONLY_IF_FALSE);
+            });
+        }
+        *names = MakeStringArray(GetCore(), chosen);
         return S_OK;
     });
 }
@@ -266,11 +365,6 @@ HRESULT ClassObject::EndEnumeration()
     });
 }
 
-HRESULT ClassObject::GetPropertyQualifierSet(LPCWSTR, IWbemQualifierSet**)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
-}
-
 HRESULT ClassObject::Clone(IWbemClassObject** copy)
 {
     return Gate().Call(Site::ObjectClone, {}, [&]() -> HRESULT {
@@ -298,7 +392,7 @@ HRESULT ClassObject::GetObjectText(LONG flags, BSTR* text)
 
 HRESULT ClassObject::SpawnDerivedClass(LONG, IWbemClassObject**)
 {
-    return Status(WBEM_E_NOT_SUPPORTED); // descriptions know no inheritance
+    return Status(WBEM_E_PROVIDER_NOT_CAPABLE); // descriptions know no inheritance
 }
 
 HRESULT ClassObject::SpawnInstance(LONG flags, IWbemClassObject** instance)

@@ -1,10 +1,12 @@
 // IWbemClassObject: a class, an instance, or the parameters of a method.
 #pragma once
 
+#include "Simulator/Cim/Qualifiers.h"
 #include "Simulator/Com/ComObject.h"
 
 #include <wbemcli.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -51,7 +53,10 @@ public:
     HRESULT STDMETHODCALLTYPE GetMethodOrigin(LPCWSTR method, BSTR* className) override;
 
 private:
+    HRESULT PresentQualifiers(Site site, LPCWSTR name, IWbemQualifierSet** qualifiers,
+                              const std::function<HRESULT(const Object&, QualifierList&)>& find);
     HRESULT StoreProperty(std::wstring_view name, const VARIANT* value, CIMTYPE type);
+    HRESULT Rename(std::wstring_view name);
     HRESULT Fetch(std::wstring_view name, VARIANT* value, CIMTYPE* type, LONG* flavor) const;
 
     mutable Tessel::Server::Shared::Lock m_lock;

@@ -38,6 +38,8 @@ HRESULT ClassObject::GetMethod(LPCWSTR name, LONG flags, IWbemClassObject** in, 
         const Method* const method = object->definition->FindMethod(name);
         if (method == nullptr)
         {
+            PresentSignature(SharedCore(), nullptr, in);
+            PresentSignature(SharedCore(), nullptr, out);
             return Status(WBEM_E_NOT_FOUND);
         }
         PresentSignature(SharedCore(), method->in, in);
@@ -48,12 +50,12 @@ HRESULT ClassObject::GetMethod(LPCWSTR name, LONG flags, IWbemClassObject** in, 
 
 HRESULT ClassObject::PutMethod(LPCWSTR, LONG, IWbemClassObject*, IWbemClassObject*)
 {
-    return Status(WBEM_E_NOT_SUPPORTED);
+    return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
 }
 
 HRESULT ClassObject::DeleteMethod(LPCWSTR)
 {
-    return Status(WBEM_E_NOT_SUPPORTED);
+    return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
 }
 
 HRESULT ClassObject::BeginMethodEnumeration(LONG)
@@ -105,11 +107,6 @@ HRESULT ClassObject::EndMethodEnumeration()
         m_nextMethod.reset();
         return S_OK;
     });
-}
-
-HRESULT ClassObject::GetMethodQualifierSet(LPCWSTR, IWbemQualifierSet**)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
 }
 
 HRESULT ClassObject::GetMethodOrigin(LPCWSTR method, BSTR* className)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Simulator/Com/EventHub.h"
+#include "Simulator/Com/PendingCalls.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/State/AutomationLedger.h"
 #include "Simulator/State/CallGate.h"
@@ -25,6 +26,7 @@ struct Core
     AutomationLedger ledger;
     CallGate gate;
     MachineState state;
+    PendingCalls calls;
     std::shared_ptr<EventHub> events; // made by MakeCore
 };
 

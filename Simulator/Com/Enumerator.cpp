@@ -46,15 +46,15 @@ HRESULT Enumerator::Reset()
 
 HRESULT Enumerator::Next(LONG timeout, ULONG count, IWbemClassObject** objects, ULONG* returned)
 {
-    if (returned != nullptr)
-    {
-        *returned = 0;
-    }
-    if (count == 0 || objects == nullptr || returned == nullptr || (timeout < 0 && timeout != NoLimit))
+    if (objects == nullptr || returned == nullptr || (timeout < 0 && timeout != NoLimit))
     {
         return Status(WBEM_E_INVALID_PARAMETER);
     }
-    std::fill_n(objects, count, nullptr);
+    *returned = 0; // the objects stay as they are unless there are some
+    if (count == 0)
+    {
+        return S_OK;
+    }
     // Not through the gate's own Call: a delay longer than the time-out is a time-out, not a long wait.
     return CallGate::Protect([&]() -> HRESULT {
         const CallGate::Effect effect = Gate().Enter(Site::EnumeratorNext, m_results->className);
@@ -95,9 +95,36 @@ HRESULT Enumerator::Fetch(ULONG count, IWbemClassObject** objects, ULONG& return
     return taken == count ? S_OK : Status(WBEM_S_FALSE);
 }
 
-HRESULT Enumerator::NextAsync(ULONG, IWbemObjectSink*)
+// The objects are chosen now, so that calls one after another get those one after another.
+HRESULT Enumerator::NextAsync(ULONG count, IWbemObjectSink* sink)
 {
-    return Status(WBEM_E_NOT_SUPPORTED);
+    return Gate().Call(Site::EnumeratorNextAsync, m_results->className, [&]() -> HRESULT {
+        if (sink == nullptr || count == 0)
+        {
+            return Status(WBEM_E_INVALID_PARAMETER);
+        }
+        if (FAILED(m_results->status))
+        {
+            return m_results->status;
+        }
+        std::size_t first = 0;
+        const std::size_t taken = Advance(count, first);
+        GetCore().calls.Start(std::make_shared<PendingCall>(sink), [core = SharedCore(), results = m_results, first,
+                                                                    taken, count](PendingCall& call, ObjectPtr&) {
+            call.Deliver(core, std::span{results->objects}.subspan(first, taken));
+            return taken == count ? S_OK : Status(WBEM_S_FALSE);
+        });
+        return S_OK;
+    });
+}
+
+std::size_t Enumerator::Advance(std::size_t count, std::size_t& first)
+{
+    const LockGuard guard{m_lock};
+    first = m_position;
+    const std::size_t taken = std::min(count, m_results->objects.size() - m_position);
+    m_position += taken;
+    return taken;
 }
 
 HRESULT Enumerator::Clone(IEnumWbemClassObject** copy)
@@ -125,10 +152,8 @@ HRESULT Enumerator::Skip(LONG, ULONG count)
         {
             return m_results->status;
         }
-        const LockGuard guard{m_lock};
-        const std::size_t skipped = std::min<std::size_t>(count, m_results->objects.size() - m_position);
-        m_position += skipped;
-        return skipped == count ? S_OK : Status(WBEM_S_FALSE);
+        std::size_t first = 0;
+        return Advance(count, first) == count ? S_OK : Status(WBEM_S_FALSE);
     });
 }
 

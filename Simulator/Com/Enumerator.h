@@ -36,6 +36,8 @@ public:
     HRESULT STDMETHODCALLTYPE Skip(LONG timeout, ULONG count) override;
 
 private:
+    // Takes up to so many objects from the position on; returns how many.
+    std::size_t Advance(std::size_t count, std::size_t& first);
     HRESULT Fetch(ULONG count, IWbemClassObject** objects, ULONG& returned);
 
     const ResultSetPtr m_results;

@@ -2,6 +2,7 @@
 
 #include "Simulator/Com/ClassObject.h"
 #include "Simulator/Com/Core.h"
+#include "Simulator/Com/EventEnumerator.h"
 
 #include <algorithm>
 
@@ -73,6 +74,12 @@ HRESULT EventHub::Cancel(IWbemObjectSink& sink)
     return ended.empty() ? Status(WBEM_E_NOT_FOUND) : S_OK;
 }
 
+void EventHub::Forget(const EventQueue& queue)
+{
+    const LockGuard guard{m_lock};
+    std::erase_if(m_subscriptions, [&](const SubscriptionPtr& s) { return s->queue.get() == &queue; });
+}
+
 std::size_t EventHub::Fire(const ObjectPtr& event)
 {
     const std::shared_ptr<Core> core = m_core.lock();
@@ -82,8 +89,15 @@ std::size_t EventHub::Fire(const ObjectPtr& event)
         if (core != nullptr && subscription->definition == event->definition && subscription->filter.Accepts(*event) &&
             IsCurrent(subscription))
         {
-            const ComPtr<IWbemClassObject> object = Present(core, event);
-            Indicate(*subscription->sink.Get(), object.Get());
+            if (subscription->queue != nullptr)
+            {
+                subscription->queue->Put(event);
+            }
+            else
+            {
+                const ComPtr<IWbemClassObject> object = Present(core, event);
+                Indicate(*subscription->sink.Get(), object.Get());
+            }
             ++called;
         }
     }
@@ -126,11 +140,14 @@ std::size_t EventHub::Stop(DWORD milliseconds) noexcept
         m_queue.clear();
         m_changed.NotifyAll();
     }
-    const ULONGLONG end = GetTickCount64() + milliseconds;
-    return static_cast<std::size_t>(std::ranges::count_if(workers, [&](const Worker& worker) {
-        const ULONGLONG now = GetTickCount64();
-        return !worker.WaitFor(now < end ? static_cast<DWORD>(end - now) : 0);
-    }));
+    for (const SubscriptionPtr& subscription : ended)
+    {
+        if (subscription->queue != nullptr)
+        {
+            subscription->queue->Close();
+        }
+    }
+    return CountBusy(workers, milliseconds);
 }
 
 void EventHub::Deliver()

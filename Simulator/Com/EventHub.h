@@ -19,13 +19,16 @@ namespace Zv::Simulator
 
 struct Core;
 
-// A sink that wants the events of one class. It keeps its reference on the sink until the last delivery that was under
-// way when it was cancelled has ended.
+class EventQueue;
+
+// A sink, or an enumerator's queue, that wants the events of one class. It keeps its reference on the sink until the
+// last delivery that was under way when it was cancelled has ended.
 struct Subscription
 {
     Tessel::Server::Shared::WMI::ComPtr<IWbemObjectSink> sink;
     ClassPtr definition;
     WqlFilter filter;
+    std::shared_ptr<EventQueue> queue; // in place of a sink
 };
 using SubscriptionPtr = std::shared_ptr<const Subscription>;
 
@@ -41,8 +44,10 @@ public:
     // Ends the sink's subscriptions and tells it so, on this thread. Deliveries that have begun go on.
     // WBEM_E_NOT_FOUND when it has none.
     [[nodiscard]] HRESULT Cancel(IWbemObjectSink& sink);
+    // Ends the queue's subscription.
+    void Forget(const EventQueue& queue);
 
-    // Delivers on this thread; returns how many sinks were called. Events of one thread arrive in its order.
+    // Delivers on this thread; returns how many subscriptions it went to. Events of one thread arrive in its order.
     std::size_t Fire(const ObjectPtr& event);
     // Leaves the delivery to the hub's threads, which work at the same time: the order is not kept.
     void Post(ObjectPtr event);

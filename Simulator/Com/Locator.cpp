@@ -21,6 +21,10 @@ HRESULT Locator::ConnectServer(BSTR path, BSTR user, BSTR password, BSTR, LONG f
             return Status(WBEM_E_INVALID_PARAMETER);
         }
         *services = nullptr;
+        if (std::wstring_view{path}.starts_with(L"\\\\\\")) // no computer has such a name
+        {
+            return Status(WBEM_E_INVALID_PARAMETER);
+        }
         if (user != nullptr || password != nullptr) // a local connection is the caller's own
         {
             return Status(WBEM_E_LOCAL_CREDENTIALS);

@@ -5,6 +5,8 @@
 #include "Simulator/Wql/WqlFilter.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 namespace Zv::Simulator
 {
@@ -20,49 +22,60 @@ ResultSetPtr Failure(std::wstring_view className, HRESULT status)
     return result;
 }
 
+// What an instance says of itself only when the list of a SELECT names it. __PATH brings its parts along.
+constexpr std::wstring_view SaidOnDemand[] = {L"__SUPERCLASS", L"__DYNASTY",   L"__RELPATH", L"__DERIVATION",
+                                              L"__SERVER",     L"__NAMESPACE", L"__PATH"};
+
 // A class with some of the properties of another, for SELECT with a list.
 class Projection
 {
 public:
-    // False when a column is no property of the class.
-    bool Choose(const ClassPtr& definition, const std::vector<std::wstring>& columns)
+    // False when a column is no property of the class. With `located` instances know their path, whatever is chosen.
+    bool Choose(const ClassPtr& definition, std::vector<std::wstring> columns, bool located)
     {
         if (columns.empty())
         {
             return true;
         }
+        if (located)
+        {
+            columns.emplace_back(L"__PATH");
+        }
+        std::set<std::size_t> indexes;
+        std::set<std::wstring_view> said;
         for (const std::wstring& column : columns)
         {
-            const auto index = definition->FindProperty(column);
-            if (index && std::ranges::find(m_indexes, *index) == m_indexes.end())
+            if (const auto index = definition->FindProperty(column))
             {
-                m_indexes.push_back(*index);
+                indexes.insert(*index);
+                continue;
             }
-            // System properties are always there and need not be chosen.
-            if (!index && !FindSystemProperty(*MakeClassObject(definition), column))
+            const auto system = FindSystemProperty(*MakeClassObject(definition), column);
+            if (!system)
             {
                 return false;
             }
+            said.insert(system->name);
         }
-        std::sort(m_indexes.begin(), m_indexes.end());
-        auto narrow = std::make_shared<Class>();
-        narrow->name = definition->name;
-        narrow->server = definition->server;
-        narrow->nameSpace = definition->nameSpace;
+        if (said.contains(L"__PATH"))
+        {
+            said.insert({L"__RELPATH", L"__SERVER", L"__NAMESPACE"});
+        }
+        const bool hasKey = AddKeys(*definition, said.contains(L"__RELPATH"), indexes);
+        if (hasKey)
+        {
+            said.insert(L"__RELPATH");
+        }
+        auto narrow = std::make_shared<Class>(*definition);
+        narrow->methods.clear();
+        narrow->properties.clear();
+        m_indexes.assign(indexes.begin(), indexes.end());
         for (const std::size_t index : m_indexes)
         {
             narrow->properties.push_back(definition->properties[index]);
         }
-        const auto keys = [](const Class& c) {
-            return std::ranges::count_if(c.properties, [](const Property& p) { return p.key; });
-        };
-        if (keys(*narrow) != keys(*definition)) // without all of its key an instance has no path
-        {
-            for (Property& property : narrow->properties)
-            {
-                property.key = false;
-            }
-        }
+        std::ranges::copy_if(SaidOnDemand, std::back_inserter(narrow->hidden),
+                             [&](std::wstring_view name) { return !said.contains(name); });
         m_narrow = std::move(narrow);
         return true;
     }
@@ -84,6 +97,21 @@ public:
     }
 
 private:
+    // Whether the columns hold the whole key of the class, which they do when it is wanted.
+    static bool AddKeys(const Class& definition, bool wanted, std::set<std::size_t>& indexes)
+    {
+        bool whole = definition.HasKey();
+        for (std::size_t i = 0; i < definition.properties.size(); ++i)
+        {
+            if (definition.properties[i].key && wanted)
+            {
+                indexes.insert(i);
+            }
+            whole = whole && (!definition.properties[i].key || indexes.contains(i));
+        }
+        return whole;
+    }
+
     std::vector<std::size_t> m_indexes;
     ClassPtr m_narrow; // null: everything
 };
@@ -97,8 +125,12 @@ const ClassEntry* FindClass(const Namespace& nameSpace, std::wstring_view name) 
     return found == nameSpace.classes.end() ? nullptr : &*found;
 }
 
-ResultSetPtr RunQuery(Core& core, const Namespace& nameSpace, std::wstring_view query)
+ResultSetPtr RunQuery(Core& core, const Namespace& nameSpace, std::wstring_view query, bool located)
 {
+    if (IsBeyondSimulation(query))
+    {
+        return Failure({}, Status(WBEM_E_PROVIDER_NOT_CAPABLE));
+    }
     const std::optional<WqlQuery> parsed = ParseWql(query);
     if (!parsed || parsed->within)
     {
@@ -112,7 +144,7 @@ ResultSetPtr RunQuery(Core& core, const Namespace& nameSpace, std::wstring_view 
     const std::optional<WqlFilter> filter =
         WqlFilter::Make(parsed->where ? &*parsed->where : nullptr, entry->definition);
     Projection projection;
-    if (!filter || !projection.Choose(entry->definition, parsed->columns))
+    if (!filter || !projection.Choose(entry->definition, parsed->columns, located))
     {
         return Failure(parsed->className, Status(WBEM_E_INVALID_QUERY));
     }
@@ -126,6 +158,20 @@ ResultSetPtr RunQuery(Core& core, const Namespace& nameSpace, std::wstring_view 
         }
     }
     return result;
+}
+
+ResultSetPtr ClassesOf(const Namespace& nameSpace, std::wstring_view superclass)
+{
+    if (!superclass.empty()) // no class has another above it
+    {
+        return Failure(superclass, FindClass(nameSpace, superclass) == nullptr ? Status(WBEM_E_INVALID_CLASS) : S_OK);
+    }
+    auto results = std::make_shared<ResultSet>();
+    for (const ClassEntry& entry : nameSpace.classes)
+    {
+        results->objects.push_back(MakeClassObject(entry.definition));
+    }
+    return results;
 }
 
 ResultSetPtr InstancesOf(Core& core, const Namespace& nameSpace, std::wstring_view className)

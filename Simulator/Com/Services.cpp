@@ -1,26 +1,22 @@
 #include "Simulator/Com/Services.h"
 
-#include "Simulator/Cim/ObjectPath.h"
+#include "Simulator/Com/CallResult.h"
 #include "Simulator/Com/ClassObject.h"
 #include "Simulator/Com/ConnectNamespace.h"
+#include "Simulator/Com/NamespaceCalls.h"
 #include "Simulator/Com/QueryRunner.h"
-
-#include <algorithm>
 
 namespace Zv::Simulator
 {
 
-namespace
+HRESULT CheckLanguage(BSTR language, BSTR query) noexcept
 {
-
-constexpr const wchar_t* Language = L"WQL";
-
-std::wstring_view View(BSTR text) noexcept
-{
-    return text == nullptr ? std::wstring_view{} : std::wstring_view{text};
+    if (View(language).empty() || View(query).empty())
+    {
+        return Status(WBEM_E_INVALID_PARAMETER);
+    }
+    return EqualNoCase(language, L"WQL") ? S_OK : Status(WBEM_E_INVALID_QUERY_TYPE);
 }
-
-} // namespace
 
 Services::Services(CorePtr core, const Namespace& nameSpace) : ComObject{std::move(core)}, m_nameSpace{nameSpace} {}
 
@@ -48,61 +44,14 @@ HRESULT Services::GetObject(BSTR path, LONG flags, IWbemContext*, IWbemClassObje
     return Gate().Call(Site::ServicesGetObject, View(path), [&]() -> HRESULT {
         constexpr LONG known =
             Flags(WBEM_FLAG_RETURN_IMMEDIATELY, WBEM_FLAG_USE_AMENDED_QUALIFIERS, WBEM_FLAG_DIRECT_READ);
-        if (object == nullptr || callResult != nullptr || (flags & ~known) != 0)
+        if ((object == nullptr && callResult == nullptr) || (flags & ~known) != 0)
         {
             return Status(WBEM_E_INVALID_PARAMETER);
         }
-        *object = nullptr;
-        ObjectPtr found;
-        if (View(path).empty()) // an empty class, to make a new one of
-        {
-            found = MakeClassObject(std::make_shared<Class>());
-        }
-        else if (const HRESULT hr = Find(path, found); FAILED(hr))
-        {
-            return hr;
-        }
-        *object = Present(SharedCore(), std::move(found)).Detach();
-        return S_OK;
+        return RunOrStart(flags, object, callResult,
+                          [core = SharedCore(), &nameSpace = m_nameSpace, path = std::wstring{View(path)}](
+                              ObjectPtr& result) { return FindObject(*core, nameSpace, path, result); });
     });
-}
-
-HRESULT Services::Find(std::wstring_view text, ObjectPtr& object) const
-{
-    const std::optional<ObjectPath> path = ParseObjectPath(text);
-    if (!path)
-    {
-        return Status(WBEM_E_INVALID_OBJECT_PATH);
-    }
-    if (!path->nameSpace.empty())
-    {
-        const std::optional<NamespaceName> name = ParseNamespace(path->nameSpace);
-        const bool here = name && EqualNoCase(name->path, m_nameSpace.path) &&
-                          (name->server.empty() || EqualNoCase(name->server, GetCore().description.server));
-        if (!here)
-        {
-            return Status(WBEM_E_INVALID_NAMESPACE);
-        }
-    }
-    const ClassEntry* const entry = FindClass(m_nameSpace, path->className);
-    if (entry == nullptr)
-    {
-        return Status(path->isInstance ? WBEM_E_INVALID_CLASS : WBEM_E_NOT_FOUND);
-    }
-    if (!path->isInstance)
-    {
-        object = MakeClassObject(entry->definition);
-        return S_OK;
-    }
-    for (const ObjectPtr& instance : GetCore().state.Instances(*entry->definition))
-    {
-        if (Names(*path, *instance))
-        {
-            object = instance;
-            return S_OK;
-        }
-    }
-    return Status(WBEM_E_NOT_FOUND);
 }
 
 HRESULT Services::Enumerate(Site site, std::wstring_view about, LONG flags, IEnumWbemClassObject** enumerator,
@@ -132,21 +81,8 @@ HRESULT Services::CreateClassEnum(BSTR superclass, LONG flags, IWbemContext*, IE
         return Status(WBEM_E_INVALID_PARAMETER);
     }
     *enumerator = nullptr;
-    return Enumerate(Site::ServicesCreateClassEnum, View(superclass), flags, enumerator, [&]() -> ResultSetPtr {
-        auto results = std::make_shared<ResultSet>();
-        results->className = View(superclass);
-        if (!results->className.empty()) // no class has another above it
-        {
-            results->status =
-                FindClass(m_nameSpace, results->className) == nullptr ? Status(WBEM_E_INVALID_CLASS) : S_OK;
-            return results;
-        }
-        for (const ClassEntry& entry : m_nameSpace.classes)
-        {
-            results->objects.push_back(MakeClassObject(entry.definition));
-        }
-        return results;
-    });
+    return Enumerate(Site::ServicesCreateClassEnum, View(superclass), flags, enumerator,
+                     [&] { return ClassesOf(m_nameSpace, View(superclass)); });
 }
 
 HRESULT Services::CreateInstanceEnum(BSTR className, LONG flags, IWbemContext*, IEnumWbemClassObject** enumerator)
@@ -166,17 +102,19 @@ HRESULT Services::ExecQuery(BSTR language, BSTR query, LONG flags, IWbemContext*
 {
     constexpr LONG known = Flags(WBEM_FLAG_RETURN_IMMEDIATELY, WBEM_FLAG_FORWARD_ONLY, WBEM_FLAG_ENSURE_LOCATABLE,
                                  WBEM_FLAG_USE_AMENDED_QUALIFIERS, WBEM_FLAG_DIRECT_READ);
-    if (enumerator == nullptr || View(language).empty() || View(query).empty() || (flags & ~known) != 0)
+    if (enumerator == nullptr || (flags & ~known) != 0)
     {
         return Status(WBEM_E_INVALID_PARAMETER);
     }
     *enumerator = nullptr;
-    if (!EqualNoCase(language, Language))
+    if (const HRESULT hr = CheckLanguage(language, query); FAILED(hr))
     {
-        return Status(WBEM_E_INVALID_QUERY_TYPE);
+        return hr;
     }
-    return Enumerate(Site::ServicesExecQuery, query, flags, enumerator,
-                     [&] { return RunQuery(GetCore(), m_nameSpace, query); });
+    return Enumerate(Site::ServicesExecQuery, query, flags, enumerator, [&] {
+        const bool located = (flags & WBEM_FLAG_ENSURE_LOCATABLE) != 0;
+        return RunQuery(GetCore(), m_nameSpace, query, located);
+    });
 }
 
 HRESULT Services::ExecMethod(BSTR path, BSTR method, LONG flags, IWbemContext*, IWbemClassObject* in,
@@ -185,45 +123,46 @@ HRESULT Services::ExecMethod(BSTR path, BSTR method, LONG flags, IWbemContext*, 
     return Gate().Call(
         Site::ServicesExecMethod, View(method), [&] { return std::wstring{View(path)}; },
         [&]() -> HRESULT {
-            if (View(path).empty() || View(method).empty() || callResult != nullptr ||
-                (flags & ~Flags(WBEM_FLAG_RETURN_IMMEDIATELY)) != 0)
+            if (View(path).empty() || View(method).empty() || (flags & ~Flags(WBEM_FLAG_RETURN_IMMEDIATELY)) != 0)
             {
                 return Status(WBEM_E_INVALID_PARAMETER);
             }
-            return Invoke(path, method, in, out);
+            return RunOrStart(flags, out, callResult,
+                              [core = SharedCore(), &nameSpace = m_nameSpace, path = std::wstring{path},
+                               method = std::wstring{method}, parameters = Parameters{in}](ObjectPtr& result) {
+                                  return InvokeMethod(*core, nameSpace, path, method, parameters, result);
+                              });
         });
 }
 
-HRESULT Services::Invoke(std::wstring_view path, std::wstring_view name, IWbemClassObject* in, IWbemClassObject** out)
+// A call for one object, waited for unless the caller gave a place for the call's result.
+HRESULT Services::RunOrStart(LONG flags, IWbemClassObject** object, IWbemCallResult** callResult,
+                             const std::function<HRESULT(ObjectPtr&)>& run)
 {
-    if (out != nullptr)
+    if (object != nullptr)
     {
-        *out = nullptr;
+        *object = nullptr;
     }
-    ObjectPtr target;
-    if (const HRESULT hr = Find(path, target); FAILED(hr))
+    if (callResult == nullptr)
     {
+        ObjectPtr result;
+        const HRESULT hr = run(result);
+        if (SUCCEEDED(hr) && object != nullptr && result != nullptr)
+        {
+            *object = Present(SharedCore(), std::move(result)).Detach();
+        }
         return hr;
     }
-    const Method* const method = target->definition->FindMethod(name);
-    if (method == nullptr)
+    if ((flags & WBEM_FLAG_RETURN_IMMEDIATELY) == 0)
     {
-        return Status(WBEM_E_INVALID_METHOD);
+        return Status(WBEM_E_INVALID_PARAMETER);
     }
-    ObjectPtr parameters = in == nullptr ? nullptr : Snapshot(*in);
-    const bool fits = parameters == nullptr ? method->in == nullptr && in == nullptr
-                                            : parameters->isInstance && parameters->definition == method->in;
-    if (!fits)
-    {
-        return Status(WBEM_E_INVALID_METHOD_PARAMETERS);
-    }
-    const Answer answer = GetCore().state.Invoke(m_nameSpace, path, *method, std::move(parameters));
-    static_cast<void>(Gate().Wait(answer.delay, answer.hang, INFINITE));
-    if (SUCCEEDED(answer.status) && out != nullptr && answer.out != nullptr)
-    {
-        *out = Present(SharedCore(), answer.out).Detach();
-    }
-    return answer.status;
+    *callResult = nullptr;
+    const auto call = std::make_shared<PendingCall>(nullptr);
+    ComPtr<CallResult> pending = MakeObject<CallResult>(SharedCore(), call);
+    GetCore().calls.Start(call, [run](PendingCall&, ObjectPtr& result) { return run(result); });
+    *callResult = pending.Detach();
+    return S_OK;
 }
 
 } // namespace Zv::Simulator

@@ -14,6 +14,14 @@
 namespace Zv::Simulator
 {
 
+[[nodiscard]] inline std::wstring_view View(BSTR text) noexcept
+{
+    return text == nullptr ? std::wstring_view{} : std::wstring_view{text};
+}
+
+// WBEM_E_INVALID_PARAMETER when one is missing, WBEM_E_INVALID_QUERY_TYPE for another language than WQL.
+[[nodiscard]] HRESULT CheckLanguage(BSTR language, BSTR query) noexcept;
+
 // Safe on several threads. Writing to the machine is refused as by a provider that only reads.
 class Services final : public ComObject<IWbemServices, ObjectKind::Services>
 {
@@ -70,10 +78,16 @@ public:
                                               IWbemClassObject* in, IWbemObjectSink* sink) override;
 
 private:
-    HRESULT Find(std::wstring_view path, ObjectPtr& object) const;
     HRESULT Enumerate(Site site, std::wstring_view about, LONG flags, IEnumWbemClassObject** enumerator,
                       const std::function<ResultSetPtr()>& run);
-    HRESULT Invoke(std::wstring_view path, std::wstring_view method, IWbemClassObject* in, IWbemClassObject** out);
+    HRESULT RunOrStart(LONG flags, IWbemClassObject** object, IWbemCallResult** callResult,
+                       const std::function<HRESULT(ObjectPtr&)>& run);
+    HRESULT Subscribe(Site site, BSTR language, BSTR query, LONG flags, bool valid,
+                      const std::function<void(ClassPtr, WqlFilter)>& subscribe);
+    HRESULT Start(Site site, std::wstring_view about, LONG flags, LONG known, IWbemObjectSink* sink,
+                  const PendingCalls::Body& body);
+    HRESULT StartEnumeration(Site site, std::wstring_view about, LONG flags, LONG known, IWbemObjectSink* sink,
+                             std::function<ResultSetPtr(Core&)> run);
 
     const Namespace& m_nameSpace;
     const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>();

@@ -1,4 +1,6 @@
 // The part of IWbemServices that is about events.
+#include "Simulator/Cim/SystemProperties.h"
+#include "Simulator/Com/EventEnumerator.h"
 #include "Simulator/Com/EventHub.h"
 #include "Simulator/Com/QueryRunner.h"
 #include "Simulator/Com/Services.h"
@@ -14,6 +16,10 @@ namespace
 HRESULT CheckEventQuery(const Namespace& nameSpace, std::wstring_view query, ClassPtr& definition,
                         std::optional<WqlFilter>& filter)
 {
+    if (IsBeyondSimulation(query))
+    {
+        return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
+    }
     const std::optional<WqlQuery> parsed = ParseWql(query);
     if (!parsed)
     {
@@ -22,7 +28,8 @@ HRESULT CheckEventQuery(const Namespace& nameSpace, std::wstring_view query, Cla
     const ClassEntry* const entry = FindClass(nameSpace, parsed->className);
     if (entry == nullptr)
     {
-        return Status(WBEM_E_INVALID_CLASS);
+        const bool ofTheSystem = IsSystemName(parsed->className) || EqualNoCase(parsed->className, L"WMIEvent");
+        return Status(ofTheSystem ? WBEM_E_PROVIDER_NOT_CAPABLE : WBEM_E_INVALID_CLASS);
     }
     if (!entry->definition->event)
     {
@@ -35,39 +42,56 @@ HRESULT CheckEventQuery(const Namespace& nameSpace, std::wstring_view query, Cla
 
 } // namespace
 
-HRESULT Services::ExecNotificationQueryAsync(BSTR language, BSTR query, LONG flags, IWbemContext*,
-                                             IWbemObjectSink* sink)
+HRESULT Services::Subscribe(Site site, BSTR language, BSTR query, LONG flags, bool valid,
+                            const std::function<void(ClassPtr, WqlFilter)>& subscribe)
 {
     return Gate().Call(
-        Site::ServicesExecNotificationQueryAsync, query == nullptr ? L"" : query,
-        [&] { return std::to_wstring(flags); },
+        site, View(query), [&] { return std::to_wstring(flags); },
         [&]() -> HRESULT {
-            const bool empty = language == nullptr || *language == L'\0' || query == nullptr || *query == L'\0';
-            if (sink == nullptr || empty || (flags & ~Flags(WBEM_FLAG_SEND_STATUS)) != 0)
+            if (!valid)
             {
                 return Status(WBEM_E_INVALID_PARAMETER);
             }
-            if (!EqualNoCase(language, L"WQL"))
-            {
-                return Status(WBEM_E_INVALID_QUERY_TYPE);
-            }
-            ClassPtr definition;
-            std::optional<WqlFilter> filter;
-            if (const HRESULT hr = CheckEventQuery(m_nameSpace, query, definition, filter); FAILED(hr))
+            if (const HRESULT hr = CheckLanguage(language, query); FAILED(hr))
             {
                 return hr;
             }
-            sink->AddRef();
-            GetCore().events->Subscribe({ComPtr<IWbemObjectSink>{sink}, std::move(definition), std::move(*filter)});
-            return S_OK;
+            ClassPtr definition;
+            std::optional<WqlFilter> filter;
+            const HRESULT hr = CheckEventQuery(m_nameSpace, query, definition, filter);
+            if (SUCCEEDED(hr))
+            {
+                subscribe(std::move(definition), std::move(*filter));
+            }
+            return hr;
         });
 }
 
-HRESULT Services::CancelAsyncCall(IWbemObjectSink* sink)
+HRESULT Services::ExecNotificationQuery(BSTR language, BSTR query, LONG flags, IWbemContext*,
+                                        IEnumWbemClassObject** enumerator)
 {
-    return Gate().Call(Site::ServicesCancelAsyncCall, {}, [&]() -> HRESULT {
-        return sink == nullptr ? Status(WBEM_E_INVALID_PARAMETER) : GetCore().events->Cancel(*sink);
-    });
+    constexpr LONG wanted = Flags(WBEM_FLAG_RETURN_IMMEDIATELY, WBEM_FLAG_FORWARD_ONLY);
+    const bool valid = enumerator != nullptr && flags == wanted;
+    if (enumerator != nullptr)
+    {
+        *enumerator = nullptr;
+    }
+    return Subscribe(
+        Site::ServicesExecNotificationQuery, language, query, flags, valid, [&](ClassPtr definition, WqlFilter filter) {
+            *enumerator = MakeObject<EventEnumerator>(SharedCore(), std::move(definition), std::move(filter)).Detach();
+        });
+}
+
+HRESULT Services::ExecNotificationQueryAsync(BSTR language, BSTR query, LONG flags, IWbemContext*,
+                                             IWbemObjectSink* sink)
+{
+    const bool valid = sink != nullptr && (flags & ~Flags(WBEM_FLAG_SEND_STATUS)) == 0;
+    return Subscribe(Site::ServicesExecNotificationQueryAsync, language, query, flags, valid,
+                     [&](ClassPtr definition, WqlFilter filter) {
+                         sink->AddRef();
+                         GetCore().events->Subscribe(
+                             {ComPtr<IWbemObjectSink>{sink}, std::move(definition), std::move(filter), nullptr});
+                     });
 }
 
 } // namespace Zv::Simulator

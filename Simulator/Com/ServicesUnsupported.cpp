@@ -1,5 +1,4 @@
-// The calls of IWbemServices that a simulated machine refuses: writing, and the asynchronous twins of calls that
-// nobody needs asynchronously.
+// The calls of IWbemServices that a simulated machine refuses: writing, mostly.
 #include "Simulator/Cim/StatusNames.h"
 #include "Simulator/Com/Services.h"
 
@@ -8,12 +7,7 @@ namespace Zv::Simulator
 
 HRESULT Services::QueryObjectSink(LONG, IWbemObjectSink**)
 {
-    return Status(WBEM_E_NOT_SUPPORTED);
-}
-
-HRESULT Services::GetObjectAsync(BSTR, LONG, IWbemContext*, IWbemObjectSink*)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
+    return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
 }
 
 HRESULT Services::PutClass(IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
@@ -36,11 +30,6 @@ HRESULT Services::DeleteClassAsync(BSTR, LONG, IWbemContext*, IWbemObjectSink*)
     return Status(WBEM_E_ACCESS_DENIED);
 }
 
-HRESULT Services::CreateClassEnumAsync(BSTR, LONG, IWbemContext*, IWbemObjectSink*)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
-}
-
 HRESULT Services::PutInstance(IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
 {
     return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
@@ -59,26 +48,6 @@ HRESULT Services::DeleteInstance(BSTR, LONG, IWbemContext*, IWbemCallResult**)
 HRESULT Services::DeleteInstanceAsync(BSTR, LONG, IWbemContext*, IWbemObjectSink*)
 {
     return Status(WBEM_E_PROVIDER_NOT_CAPABLE);
-}
-
-HRESULT Services::CreateInstanceEnumAsync(BSTR, LONG, IWbemContext*, IWbemObjectSink*)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
-}
-
-HRESULT Services::ExecQueryAsync(BSTR, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
-}
-
-HRESULT Services::ExecNotificationQuery(BSTR, BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
-}
-
-HRESULT Services::ExecMethodAsync(BSTR, BSTR, LONG, IWbemContext*, IWbemClassObject*, IWbemObjectSink*)
-{
-    return Status(WBEM_E_NOT_SUPPORTED);
 }
 
 } // namespace Zv::Simulator

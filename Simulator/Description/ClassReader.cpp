@@ -14,6 +14,13 @@ namespace
 constexpr std::int64_t MaximumSize = std::int64_t{16} * 1024 * 1024;
 constexpr const wchar_t* ParametersClass = L"__PARAMETERS";
 
+// What the qualifier Description says; empty unless given.
+std::wstring ReadDescriptionText(const Members& members)
+{
+    const JsonNode* const node = members.Find("description");
+    return node == nullptr ? std::wstring{} : ReadText(*node, "a description");
+}
+
 } // namespace
 
 ClassReader::ClassReader(std::wstring server, std::wstring nameSpace, bool hasSettings,
@@ -54,7 +61,8 @@ std::vector<ClassEntry> ClassReader::Read(const JsonNode& classes)
 void ClassReader::Declare(const JsonNode& node)
 {
     const Members members{node,
-                          {"name", "event", "properties", "methods", "shorthand", "rules", "otherwise", "instances"}};
+                          {"name", "description", "event", "singleton", "properties", "methods", "shorthand", "rules",
+                           "otherwise", "instances"}};
     auto definition = std::make_shared<Class>();
     const JsonNode& name = members.Require("name");
     definition->name = ReadNonEmptyText(name, "a class name");
@@ -68,9 +76,18 @@ void ClassReader::Declare(const JsonNode& node)
     {
         definition->event = ReadFlag(*event, "whether the class is an event class");
     }
+    definition->description = ReadDescriptionText(members);
     if (const JsonNode* properties = members.Find("properties"))
     {
         definition->properties = ReadProperties(*properties);
+    }
+    if (const JsonNode* singleton = members.Find("singleton"))
+    {
+        definition->singleton = ReadFlag(*singleton, "whether the class has one instance, without a key");
+        if (definition->singleton && definition->HasKey())
+        {
+            Expected(*singleton, "no \"singleton\": the class has key properties");
+        }
     }
     m_classes.push_back({members, std::move(definition)});
 }
@@ -99,8 +116,9 @@ Property ClassReader::ReadProperty(const JsonMember& member)
         ReadType(member.value, property);
         return property;
     }
-    const Members members{member.value, {"type", "key", "size", "value"}};
+    const Members members{member.value, {"type", "description", "key", "size", "value"}};
     ReadType(members.Require("type"), property);
+    property.description = ReadDescriptionText(members);
     if (const JsonNode* key = members.Find("key"))
     {
         property.key = ReadFlag(*key, "whether the property is a key");
@@ -183,11 +201,17 @@ void ClassReader::ReadMethods(const Pending& pending)
 
 Method ClassReader::ReadMethod(const JsonMember& member)
 {
-    const Members members{member.value, {"in", "out", "does"}};
+    const Members members{member.value, {"description", "static", "in", "out", "does"}};
     Method method;
     method.name = ToWide(member.key);
-    method.in = ReadParameters(members.Find("in"));
-    method.out = ReadParameters(members.Find("out"));
+    method.description = ReadDescriptionText(members);
+    if (const JsonNode* isStatic = members.Find("static"))
+    {
+        method.isStatic = ReadFlag(*isStatic, "whether the method is called on the class");
+    }
+    std::int64_t count = 0;
+    method.in = ReadParameters(members.Find("in"), L"in", count);
+    method.out = ReadParameters(members.Find("out"), L"out", count);
     method.otherwise.status = Status(WBEM_E_METHOD_NOT_IMPLEMENTED);
     if (const JsonNode* does = members.Find("does"))
     {
@@ -227,7 +251,7 @@ Method::Act ClassReader::ReadAct(const JsonNode& node, const Method& method) con
     return set ? Method::Act::SetSetting : Method::Act::RestoreDefaults;
 }
 
-ClassPtr ClassReader::ReadParameters(const JsonNode* node)
+ClassPtr ClassReader::ReadParameters(const JsonNode* node, const wchar_t* direction, std::int64_t& count)
 {
     if (node == nullptr)
     {
@@ -239,6 +263,14 @@ ClassPtr ClassReader::ReadParameters(const JsonNode* node)
     parameters->nameSpace = m_nameSpace;
     const std::size_t before = m_usedClasses.size();
     parameters->properties = ReadProperties(*node);
+    for (Property& parameter : parameters->properties)
+    {
+        parameter.direction = direction;
+        if (!EqualNoCase(parameter.name, L"ReturnValue"))
+        {
+            parameter.parameterId = count++;
+        }
+    }
     for (std::size_t i = before; i < m_usedClasses.size(); ++i)
     {
         if (Find(m_usedClasses[i].second) == nullptr)

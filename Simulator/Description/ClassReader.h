@@ -38,7 +38,8 @@ private:
     void ReadMethods(const Pending& pending);
     Method ReadMethod(const JsonMember& member);
     [[nodiscard]] Method::Act ReadAct(const JsonNode& node, const Method& method) const;
-    ClassPtr ReadParameters(const JsonNode* node);
+    // `count` is how many parameters the method has so far.
+    ClassPtr ReadParameters(const JsonNode* node, const wchar_t* direction, std::int64_t& count);
     void ReadRules(const Pending& pending, const Shorthand& shorthand);
     void ReadRule(const JsonNode& node, Class& definition, const Shorthand& shorthand);
     Condition ReadCondition(const JsonMember& member, const Method& method, const Shorthand& shorthand);

@@ -1,6 +1,7 @@
 #include "Simulator/Description/DescriptionWriter.h"
 
 #include "Simulator/Cim/CimTypes.h"
+#include "Simulator/Cim/ValueCompare.h"
 #include "Simulator/Description/NodeReader.h"
 
 #include <rapidjson/prettywriter.h>
@@ -82,11 +83,9 @@ private:
         m_json.StartObject();
         Key("name");
         Text(ToUtf8(definition.name));
-        if (definition.event)
-        {
-            Key("event");
-            m_json.Bool(true);
-        }
+        WriteDescriptionText(definition.description);
+        WriteFlag("event", definition.event);
+        WriteFlag("singleton", definition.singleton && entry.instances.size() != 1); // which would say it
         Key("properties");
         WriteProperties(definition);
         if (!definition.methods.empty())
@@ -118,6 +117,8 @@ private:
     {
         Name(method.name);
         m_json.StartObject();
+        WriteDescriptionText(method.description);
+        WriteFlag("static", method.isStatic);
         if (method.in != nullptr)
         {
             Key("in");
@@ -137,9 +138,8 @@ private:
         for (const Property& property : definition.properties)
         {
             Name(property.name);
-            // An object cannot be an initial value.
-            const bool hasValue = !property.initial.IsNull() && property.ElementType() != CIM_OBJECT;
-            if (!property.key && !hasValue)
+            const bool hasValue = HasInitialValue(property);
+            if (!property.key && !property.size && !hasValue && property.description.empty())
             {
                 Text(TypeText(property));
                 continue;
@@ -147,10 +147,12 @@ private:
             m_json.StartObject();
             Key("type");
             Text(TypeText(property));
-            if (property.key)
+            WriteDescriptionText(property.description);
+            WriteFlag("key", property.key);
+            if (property.size)
             {
-                Key("key");
-                m_json.Bool(true);
+                Key("size");
+                m_json.Uint64(*property.size);
             }
             if (hasValue)
             {
@@ -160,6 +162,31 @@ private:
             m_json.EndObject();
         }
         m_json.EndObject();
+    }
+
+    // An object cannot be one, and zeros come with a size by themselves.
+    static bool HasInitialValue(const Property& property)
+    {
+        return property.size ? !SameValue(property.initial, Bytes(*property.size))
+                             : !property.initial.IsNull() && property.ElementType() != CIM_OBJECT;
+    }
+
+    void WriteDescriptionText(const std::wstring& text)
+    {
+        if (!text.empty())
+        {
+            Key("description");
+            Text(ToUtf8(text));
+        }
+    }
+
+    void WriteFlag(std::string_view key, bool flag)
+    {
+        if (flag)
+        {
+            Key(key);
+            m_json.Bool(true);
+        }
     }
 
     // What an instance does not mention has the initial value, so that a NULL needs to be said only in its place.
@@ -180,7 +207,19 @@ private:
     {
         if (const Bytes* const bytes = value.As<Bytes>())
         {
+            const bool otherSize = property.size && *property.size != bytes->size(); // which is then said
+            if (otherSize)
+            {
+                m_json.StartObject();
+                Key("bytes");
+            }
             Text(HexText(*bytes));
+            if (otherSize)
+            {
+                Key("length");
+                m_json.Uint64(bytes->size());
+                m_json.EndObject();
+            }
         }
         else if (const List* const list = value.As<List>())
         {

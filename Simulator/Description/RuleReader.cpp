@@ -170,6 +170,9 @@ std::vector<ObjectPtr> ClassReader::ReadInstances(const Pending& pending)
         }
         instances.push_back(std::move(instance));
     }
+    // Without a key there can be only one.
+    Class& definition = *pending.definition;
+    definition.singleton = definition.singleton || (!definition.HasKey() && instances.size() == 1);
     return instances;
 }
 

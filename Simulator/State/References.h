@@ -17,6 +17,8 @@ enum class ObjectKind : std::size_t
     ClientSecurity,
     ClassObject,
     Enumerator,
+    CallResult,
+    QualifierSet,
     UnsecuredApartment,
     ObjectStub,
     Count

@@ -3,6 +3,7 @@
 #include <combaseapi.h>
 #include <process.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <system_error>
@@ -44,6 +45,15 @@ Worker::Worker(Body body)
 bool Worker::WaitFor(DWORD milliseconds) const noexcept
 {
     return WaitForSingleObject(m_thread.Get(), milliseconds) == WAIT_OBJECT_0;
+}
+
+std::size_t CountBusy(const std::vector<Worker>& workers, DWORD milliseconds) noexcept
+{
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    return static_cast<std::size_t>(std::ranges::count_if(workers, [&](const Worker& worker) {
+        const ULONGLONG now = GetTickCount64();
+        return !worker.WaitFor(now < end ? static_cast<DWORD>(end - now) : 0);
+    }));
 }
 
 } // namespace Zv::Simulator

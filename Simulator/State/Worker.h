@@ -5,7 +5,9 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <functional>
+#include <vector>
 
 namespace Zv::Simulator
 {
@@ -24,5 +26,8 @@ public:
 private:
     Tessel::Server::Shared::Handle m_thread;
 };
+
+// How many have not ended within the limit, which is one for all of them.
+[[nodiscard]] std::size_t CountBusy(const std::vector<Worker>& workers, DWORD milliseconds) noexcept;
 
 } // namespace Zv::Simulator

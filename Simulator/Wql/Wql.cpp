@@ -168,7 +168,8 @@ private:
         return negated;
     }
 
-    // property op constant, constant op property, property IS [NOT] NULL, property [NOT] LIKE text, property ISA text.
+    // property op constant, constant op property, property IS [NOT] NULL, property LIKE text, property ISA text. WQL's
+    // NOT stands before the whole comparison.
     ParsedCondition ParseComparison()
     {
         WqlCondition condition;
@@ -193,16 +194,10 @@ private:
             condition.comparison = TakeWord(L"NOT") ? WqlOperator::NotEqual : WqlOperator::Equal;
             return TakeWord(L"NULL") ? ParsedCondition{std::move(condition)} : std::nullopt;
         }
-        const bool negated = TakeWord(L"NOT");
         if (TakeWord(L"LIKE"))
         {
             condition.comparison = WqlOperator::Like;
-            ParsedCondition like = TakeTextInto(std::move(condition));
-            return negated ? Negate(std::move(like)) : std::move(like);
-        }
-        if (negated)
-        {
-            return std::nullopt;
+            return TakeTextInto(std::move(condition));
         }
         if (TakeWord(L"ISA"))
         {
@@ -273,6 +268,29 @@ private:
 };
 
 } // namespace
+
+bool IsBeyondSimulation(std::wstring_view text) noexcept
+{
+    const auto isBlank = [](wchar_t c) { return c <= L' '; };
+    std::wstring_view previous;
+    for (const wchar_t *at = text.data(), *const end = at + text.size(); at != end;)
+    {
+        at = std::find_if_not(at, end, isBlank);
+        const wchar_t* const wordEnd = std::find_if(at, end, isBlank);
+        const std::wstring_view word{at, static_cast<std::size_t>(wordEnd - at)};
+        const auto follows = [&](std::wstring_view first, std::wstring_view second) {
+            return EqualNoCase(previous, first) && EqualNoCase(word.substr(0, second.size()), second);
+        };
+        if (follows(L"ASSOCIATORS", L"OF") || follows(L"REFERENCES", L"OF") || follows(L"FROM", L"meta_class") ||
+            follows(L"GROUP", L"WITHIN"))
+        {
+            return true;
+        }
+        previous = word;
+        at = wordEnd;
+    }
+    return false;
+}
 
 std::optional<WqlQuery> ParseWql(std::wstring_view text)
 {

@@ -58,6 +58,9 @@ struct WqlQuery
     std::optional<WqlCondition> where; // none: every instance
 };
 
+// Whether the text asks for what WQL has and a simulated machine does not: associations, schema queries, groups.
+[[nodiscard]] bool IsBeyondSimulation(std::wstring_view text) noexcept;
+
 // Empty when the text is no such query.
 [[nodiscard]] std::optional<WqlQuery> ParseWql(std::wstring_view text);
 

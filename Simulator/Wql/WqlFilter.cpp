@@ -1,6 +1,7 @@
 #include "Simulator/Wql/WqlFilter.h"
 
 #include "Simulator/Cim/CimTypes.h"
+#include "Simulator/Cim/DateTime.h"
 #include "Simulator/Cim/SystemProperties.h"
 
 #include <algorithm>
@@ -103,7 +104,8 @@ std::optional<Value> ConstantFor(const WqlLiteral& literal, CIMTYPE type)
         const bool isFalse = spelling == L"0" || EqualNoCase(spelling, L"false");
         return isTrue || isFalse ? std::optional{Value{isTrue}} : std::nullopt;
     }
-    return text != nullptr && IsTextType(type) ? std::optional{Value{*text}} : std::nullopt;
+    const bool fits = text != nullptr && IsTextType(type) && (type != CIM_DATETIME || IsDateTime(*text));
+    return fits ? std::optional{Value{*text}} : std::nullopt;
 }
 
 // The type of the property that a dotted name leads to. What lies in an embedded object is not known before one is
@@ -173,8 +175,8 @@ std::optional<WqlTest> Check(const WqlCondition& condition, const ClassPtr& defi
     {
         return std::nullopt;
     }
-    const bool isa = condition.comparison == WqlOperator::Isa;
-    std::optional<Value> constant = ConstantFor(condition.literal, isa ? CIMTYPE{CIM_STRING} : *type);
+    const bool asText = condition.comparison == WqlOperator::Isa || condition.comparison == WqlOperator::Like;
+    std::optional<Value> constant = ConstantFor(condition.literal, asText ? CIMTYPE{CIM_STRING} : *type);
     if (!constant)
     {
         return std::nullopt;
@@ -205,6 +207,11 @@ bool CompareHolds(const WqlTest& test, const Value& value)
     if (test.comparison == WqlOperator::Like)
     {
         return MatchesLike(*value.As<std::wstring>(), *test.constant.As<std::wstring>());
+    }
+    if (test.type == CIM_DATETIME)
+    {
+        const auto order = CompareDateTimes(*value.As<std::wstring>(), *test.constant.As<std::wstring>());
+        return order && Holds(test.comparison, *order);
     }
     return Holds(test.comparison, OrderOf(value, test.constant, test.type));
 }

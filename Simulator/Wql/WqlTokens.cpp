@@ -18,6 +18,11 @@ constexpr bool IsWordCharacter(wchar_t c) noexcept
     return c > 0x7F || c == L'_' || IsDigit(c) || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
 }
 
+constexpr bool IsEscapable(wchar_t c) noexcept
+{
+    return c == L'\\' || c == L'"' || c == L'\'';
+}
+
 class Splitter
 {
 public:
@@ -73,7 +78,7 @@ private:
         return std::nullopt;
     }
 
-    // A backslash keeps the next character from being special.
+    // A backslash stands before a quote or another backslash, nowhere else.
     std::optional<WqlToken> TakeText(wchar_t quote)
     {
         std::wstring text;
@@ -84,9 +89,9 @@ private:
                 m_rest.remove_prefix(i + 1);
                 return WqlToken{WqlToken::Kind::Text, std::move(text)};
             }
-            if (m_rest[i] == L'\\' && i + 1 < m_rest.size())
+            if (m_rest[i] == L'\\' && (++i == m_rest.size() || !IsEscapable(m_rest[i])))
             {
-                ++i;
+                return std::nullopt;
             }
             text += m_rest[i];
         }

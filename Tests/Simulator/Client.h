@@ -22,6 +22,16 @@ using Tessel::Server::Shared::WMI::Bstr;
 using Tessel::Server::Shared::WMI::ComPtr;
 using Tessel::Server::Shared::WMI::Variant;
 
+// A thread in COM, for those objects that are the system's own.
+class ComMember
+{
+public:
+    ComMember() { static_cast<void>(CoInitializeEx(nullptr, COINIT_MULTITHREADED)); }
+    ComMember(const ComMember&) = delete;
+    ComMember& operator=(const ComMember&) = delete;
+    ~ComMember() { CoUninitialize(); }
+};
+
 // A machine from Simulator/machines.
 [[nodiscard]] Simulator::Machine LoadMachine(std::string_view file);
 

@@ -58,8 +58,9 @@ TEST(ConnectionTests, ALocalConnectionTakesNoCredentials)
                                                                        nullptr, 0, nullptr, nullptr, nullptr));
 }
 
-TEST(ConnectionTests, OnlyTheLocatorAndTheUnsecuredApartmentAreRegistered)
+TEST(ConnectionTests, OnlyTheLocatorAndTheUnsecuredApartmentAreSimulated)
 {
+    const ComMember com;
     Machine machine = LoadMachine("notebook.json");
     ComPtr<IUnknown> object;
     const auto create = [&](REFCLSID classId, DWORD context, REFIID iid) {
@@ -71,10 +72,12 @@ TEST(ConnectionTests, OnlyTheLocatorAndTheUnsecuredApartmentAreRegistered)
     EXPECT_EQ(S_OK, create(CLSID_WbemLocator, CLSCTX_ALL, IID_IUnknown));
     EXPECT_EQ(REGDB_E_CLASSNOTREG, create(CLSID_WbemLocator, CLSCTX_LOCAL_SERVER, IID_IWbemLocator));
     EXPECT_EQ(REGDB_E_CLASSNOTREG, create(CLSID_UnsecuredApartment, CLSCTX_INPROC_SERVER, IID_IUnsecuredApartment));
-    EXPECT_EQ(REGDB_E_CLASSNOTREG, create(CLSID_WbemContext, CLSCTX_INPROC_SERVER, IID_IUnknown));
+    EXPECT_EQ(S_OK, create(CLSID_WbemContext, CLSCTX_INPROC_SERVER, IID_IUnknown)) << "the system's own";
+    EXPECT_EQ(REGDB_E_CLASSNOTREG, create(GUID{1, 2, 3, {}}, CLSCTX_INPROC_SERVER, IID_IUnknown));
     EXPECT_EQ(E_NOINTERFACE, create(CLSID_WbemLocator, CLSCTX_INPROC_SERVER, IID_IWbemServices));
     EXPECT_EQ(E_POINTER,
               machine.CreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator, nullptr));
+    object.Reset();
     EXPECT_EQ(0U, machine.Outstanding().Total());
 }
 

@@ -61,6 +61,12 @@ bool Sink::WaitForEvents(std::size_t count, DWORD milliseconds)
     return m_changed.WaitFor(held, milliseconds, [&] { return m_events.size() >= count; });
 }
 
+bool Sink::WaitForStatuses(std::size_t count, DWORD milliseconds)
+{
+    UniqueLock held{m_lock};
+    return m_changed.WaitFor(held, milliseconds, [&] { return m_statuses.size() >= count; });
+}
+
 HRESULT Sink::QueryInterface(REFIID iid, void** result)
 {
     if (iid != IID_IUnknown && iid != IID_IWbemObjectSink)
@@ -96,6 +102,7 @@ HRESULT Sink::SetStatus(LONG flags, HRESULT status, BSTR, IWbemClassObject*)
 {
     const LockGuard guard{m_lock};
     m_statuses.push_back(std::to_wstring(flags) + L", " + StatusText(status));
+    m_changed.NotifyAll();
     return S_OK;
 }
 

@@ -37,6 +37,7 @@ public:
     // Whether so many calls of Indicate have begun, or so many events were taken, within the time.
     [[nodiscard]] bool WaitForCalls(std::size_t count, DWORD milliseconds);
     [[nodiscard]] bool WaitForEvents(std::size_t count, DWORD milliseconds);
+    [[nodiscard]] bool WaitForStatuses(std::size_t count, DWORD milliseconds);
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++m_references); }
