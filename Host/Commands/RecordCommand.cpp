@@ -1,6 +1,6 @@
 #include "Host/CommandLine/Simulation.h"
 #include "Host/Commands/CommandTable.h"
-#include "Host/Recording/ClassRecorder.h"
+#include "Host/Recording/ClassReading.h"
 #include "Host/Recording/ComMembership.h"
 #include "Host/Recording/DescriptionContents.h"
 #include "Host/Recording/Redaction.h"
@@ -15,6 +15,9 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <set>
+#include <string>
+#include <utility>
 
 namespace Zv::Host
 {
@@ -30,8 +33,11 @@ CLASS, those that the module itself works with are recorded, as far as they are 
 Serial numbers, user names and passwords are replaced, unless --no-redact is given. Look
 the file through all the same before you give it away.
 
+What cannot be read is left out and named on standard error with the reason; the rest is
+written, and the exit code is 9. Only if nothing can be read no file is written.
+
 Prints what the file has; with --ndjson each class before that, as soon as it is read:
-{"class":TEXT,"namespace":TEXT}.)";
+{"class":TEXT,"namespace":TEXT,"instances":N}.)";
 
 constexpr char Examples[] = R"(wmihost record --out machine.json
 wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)";
@@ -68,6 +74,15 @@ public:
         parser.add_option("--out", m_file, "The machine description to write")->required()->type_name("FILE");
         parser.add_option("--namespace", m_nameSpace, "WMI namespace of the classes (default: " + m_nameSpace + ")")
             ->type_name("NS");
+        parser.add_flag("--schema-only", m_schemaOnly, "Leave the instances out");
+        parser.add_option("--limit", m_limit, "Record at most so many instances of a class (default: all)")
+            ->check(CLI::PositiveNumber)
+            ->type_name("N");
+        parser
+            .add_option("--class-timeout", m_patience,
+                        "Leave out a class that takes longer, in seconds (0: wait; default: " +
+                            std::to_string(m_patience) + ")")
+            ->type_name("S");
         parser.add_flag("--no-redact", m_complete, "Keep serial numbers, user names and passwords");
     }
 
@@ -81,7 +96,12 @@ public:
         {
             machine.emplace(LoadMachine(environment.Options().simulateFile));
         }
-        Simulator::Description description = Record(classes, machine ? &*machine : nullptr, environment);
+        bool complete = true;
+        Simulator::Description description = Record(classes, machine ? &*machine : nullptr, environment, complete);
+        if (description.namespaces.empty())
+        {
+            throw Failure{ExitCode::CommandFailed, "nothing was recorded; " + m_file + " is not written"};
+        }
         if (!m_complete)
         {
             Redact(description);
@@ -91,7 +111,7 @@ public:
         WriteAll(m_file, text);
         environment.Output().WriteLine(environment.Options().PrintsJson() ? contents.Json().Text()
                                                                           : m_file + " has " + contents.Text());
-        return ExitCode::Success;
+        return complete ? ExitCode::Success : ExitCode::Incomplete;
     }
 
 private:
@@ -136,68 +156,120 @@ private:
         return Failure{ExitCode::BadInput, "wmihost record: " + text + "; see wmihost record --help"};
     }
 
-    // Classes that were named must be there, the usual ones need not.
+    // What cannot be read is named and left out; of the classes that nobody named, that is as it may be.
     [[nodiscard]] Simulator::Description Record(const std::vector<Wanted>& classes, Simulator::Machine* machine,
-                                                const Environment& environment) const
+                                                const Environment& environment, bool& complete) const
     {
         Console& console = environment.Output();
         Simulator::Description description;
         description.name = L"Recorded machine";
-        std::vector<ClassRecorder> recorders; // one per namespace
         Progress progress{console, "recording"};
+        std::set<std::pair<std::wstring, std::wstring>> done;
         for (const Wanted& wanted : classes)
         {
-            environment.GetInterruption().Check();
+            if (!done.emplace(InSmallLetters(wanted.nameSpace), InSmallLetters(wanted.name)).second)
+            {
+                continue;
+            }
             const std::string what = "recording " + ToUtf8(wanted.name);
             progress.SetWhat(what);
             const LegTimes::Leg leg{environment.Times(), what};
             try
             {
-                auto recorder = std::ranges::find_if(recorders, [&](const auto& other) {
-                    return Simulator::EqualNoCase(other.NameSpace(), wanted.nameSpace);
-                });
-                if (recorder == recorders.end())
-                {
-                    recorder = recorders.emplace(recorder, machine, wanted.nameSpace);
-                }
-                if (!recorder->Record(wanted.name))
+                ClassReading reading{machine, wanted.nameSpace, wanted.name, {m_limit, m_schemaOnly, {}}};
+                Wait(reading, wanted, progress, environment);
+                ClassReadingResult result = reading.Take();
+                if (!result.found)
                 {
                     throw Failure{ExitCode::CommandFailed,
                                   "there is no class " + ToUtf8(wanted.name) + " in " + ToUtf8(wanted.nameSpace)};
                 }
+                for (const std::string& loss : result.losses)
+                {
+                    console.WriteErrorLine("not recorded: " + loss);
+                }
+                complete = complete && result.losses.empty();
                 if (environment.Options().format == OutputFormat::JsonLines)
                 {
                     console.WriteLine(JsonObject{}
                                           .Add("class", ToUtf8(wanted.name))
                                           .Add("namespace", ToUtf8(wanted.nameSpace))
+                                          .AddJson("instances", std::to_string(reading.Count()))
                                           .Text());
                 }
+                Merge(std::move(result), description);
             }
             catch (const Failure& failure)
             {
-                if (!m_classes.empty())
+                if (failure.Code() != ExitCode::CommandFailed) // Ctrl-C
                 {
                     throw;
                 }
                 console.WriteErrorLine(std::string{"not recorded: "} + failure.what());
+                complete = complete && m_classes.empty();
             }
-        }
-        for (ClassRecorder& recorder : recorders)
-        {
-            for (const std::string& loss : recorder.Losses())
-            {
-                console.WriteErrorLine("not recorded: " + loss);
-            }
-            description.server = recorder.Server().empty() ? description.server : recorder.Server();
-            description.namespaces.push_back({recorder.NameSpace(), recorder.Take()});
         }
         return description;
+    }
+
+    // Throws when the class takes too long, or Ctrl-C comes.
+    void Wait(const ClassReading& reading, const Wanted& wanted, Progress& progress,
+              const Environment& environment) const
+    {
+        constexpr DWORD glance = 50;
+        const ULONGLONG end = GetTickCount64() + ULONGLONG{m_patience} * 1000;
+        while (!reading.WaitFor(glance))
+        {
+            environment.GetInterruption().Check();
+            progress.SetCount(reading.Count());
+            if (m_patience != 0 && GetTickCount64() >= end)
+            {
+                throw Failure{ExitCode::CommandFailed, ToUtf8(wanted.name) + ": not read within " +
+                                                           std::to_string(m_patience) + " s (--class-timeout)"};
+            }
+        }
+    }
+
+    // The classes of one reading to those of the others: one that is embedded in several is read with each of them.
+    static void Merge(ClassReadingResult result, Simulator::Description& description)
+    {
+        description.server = result.server.empty() ? description.server : result.server;
+        auto nameSpace = std::ranges::find_if(description.namespaces, [&](const Simulator::Namespace& other) {
+            return Simulator::EqualNoCase(other.path, result.nameSpace);
+        });
+        if (nameSpace == description.namespaces.end())
+        {
+            nameSpace = description.namespaces.insert(nameSpace, {result.nameSpace, {}});
+        }
+        for (Simulator::ClassEntry& entry : result.classes)
+        {
+            const auto same = std::ranges::find_if(nameSpace->classes, [&](const Simulator::ClassEntry& other) {
+                return Simulator::EqualNoCase(other.definition->name, entry.definition->name);
+            });
+            if (same == nameSpace->classes.end())
+            {
+                nameSpace->classes.push_back(std::move(entry));
+            }
+            else if (same->instances.empty())
+            {
+                *same = std::move(entry);
+            }
+        }
+    }
+
+    static std::wstring InSmallLetters(std::wstring text)
+    {
+        CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
+        return text;
     }
 
     std::vector<std::string> m_classes;
     std::string m_file;
     std::string m_nameSpace = "ROOT\\CIMV2";
     bool m_complete = false;
+    bool m_schemaOnly = false;
+    std::size_t m_limit = 0;
+    unsigned int m_patience = 30;
 };
 
 } // namespace

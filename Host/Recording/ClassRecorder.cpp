@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace Zv::Host
 {
@@ -28,19 +29,66 @@ using Tessel::Server::Shared::WMI::Variant;
 namespace
 {
 
-// From a qualifier of the property such as "object:Part"; empty where the system tells none.
-std::wstring ObjectClassOf(IWbemClassObject& object, const std::wstring& property)
+// Where the system tells the qualifiers of something; some systems do not.
+class Qualifiers
 {
-    ComPtr<IWbemQualifierSet> qualifiers;
-    Variant type;
-    if (FAILED(object.GetPropertyQualifierSet(property.c_str(), qualifiers.Receive())) || !qualifiers ||
-        FAILED(qualifiers->Get(L"CIMTYPE", 0, type.Address(), nullptr)) || type.Text() == nullptr)
+public:
+    template <class Ask>
+    explicit Qualifiers(Ask ask)
     {
-        return {};
+        if (FAILED(ask(m_set.Receive())))
+        {
+            m_set.Reset();
+        }
     }
+
+    [[nodiscard]] std::wstring Text(const wchar_t* name) const
+    {
+        Variant value;
+        return Get(name, value) && value.Text() != nullptr ? value.Text() : std::wstring{};
+    }
+
+    [[nodiscard]] bool Flag(const wchar_t* name) const
+    {
+        Variant value;
+        return Get(name, value) && value.Type() == VT_BOOL && V_BOOL(value.Address()) != VARIANT_FALSE;
+    }
+
+    [[nodiscard]] std::optional<LONG> Number(const wchar_t* name) const
+    {
+        Variant value;
+        return Get(name, value) && value.Type() == VT_I4 ? std::optional{V_I4(value.Address())} : std::nullopt;
+    }
+
+private:
+    [[nodiscard]] bool Get(const wchar_t* name, Variant& value) const
+    {
+        return m_set && SUCCEEDED(m_set->Get(name, 0, value.Address(), nullptr));
+    }
+
+    ComPtr<IWbemQualifierSet> m_set;
+};
+
+Qualifiers QualifiersOf(IWbemClassObject& object)
+{
+    return Qualifiers{[&](IWbemQualifierSet** set) { return object.GetQualifierSet(set); }};
+}
+
+Qualifiers QualifiersOfProperty(IWbemClassObject& object, const std::wstring& property)
+{
+    return Qualifiers{[&](IWbemQualifierSet** set) { return object.GetPropertyQualifierSet(property.c_str(), set); }};
+}
+
+Qualifiers QualifiersOfMethod(IWbemClassObject& object, const wchar_t* method)
+{
+    return Qualifiers{[&](IWbemQualifierSet** set) { return object.GetMethodQualifierSet(method, set); }};
+}
+
+// From a CIMTYPE such as "object:Part"; empty where there is none.
+std::wstring ObjectClassOf(const std::wstring& type)
+{
     constexpr std::wstring_view prefix = L"object:";
-    const std::wstring_view text = type.Text();
-    return text.starts_with(prefix) ? std::wstring{text.substr(prefix.size())} : std::wstring{};
+    return type.starts_with(prefix) ? type.substr(prefix.size()) : std::wstring{};
 }
 
 // The names of the key properties: from the class, or, where the system cannot say, from an instance's path.
@@ -109,7 +157,7 @@ bool ClassRecorder::Record(const std::wstring& name)
         }
         entry = Define(*object.Get());
     }
-    if (!entry->hasInstances && !entry->definition->event)
+    if (!entry->hasInstances && !entry->definition->event && !m_options.schemaOnly)
     {
         entry->hasInstances = true;
         ReadInstances(*entry);
@@ -142,6 +190,9 @@ std::shared_ptr<ClassRecorder::Entry> ClassRecorder::Define(IWbemClassObject& ob
     entry->definition = std::make_shared<Class>();
     entry->definition->name = TextOf(object, L"__CLASS");
     entry->definition->event = IsEvent(object);
+    const Qualifiers qualifiers = QualifiersOf(object);
+    entry->definition->description = qualifiers.Text(L"Description");
+    entry->definition->singleton = qualifiers.Flag(L"singleton");
     m_entries.push_back(entry); // first, since its own objects may be embedded in it
     m_server = TextOf(object, L"__SERVER");
     if (std::wstring nameSpace = TextOf(object, L"__NAMESPACE"); Simulator::EqualNoCase(nameSpace, m_nameSpace))
@@ -166,10 +217,20 @@ std::shared_ptr<ClassRecorder::Entry> ClassRecorder::DefineEmbedded(const std::w
 void ClassRecorder::ReadInstances(Entry& entry)
 {
     const std::wstring name = entry.definition->name;
+    std::set<std::wstring> keys;
     const HRESULT hr = m_wmi.ForEachInstance(name, [&](IWbemClassObject& instance) {
         // Those of a derived class have more properties than this one.
         ReadProperties(instance, *entry.definition);
-        entry.instances.push_back(ReadObject(instance, entry.definition));
+        std::shared_ptr<Simulator::Object> object = ReadObject(instance, entry.definition);
+        if (IsDistinct(*object, keys))
+        {
+            entry.instances.push_back(std::move(object));
+        }
+        if (m_options.onInstance)
+        {
+            m_options.onInstance();
+        }
+        return m_options.limit == 0 || entry.instances.size() < m_options.limit;
     });
     if (FAILED(hr))
     {
@@ -179,6 +240,25 @@ void ClassRecorder::ReadInstances(Entry& entry)
     {
         instance->values.resize(entry.definition->properties.size());
     }
+}
+
+bool ClassRecorder::IsDistinct(const Simulator::Object& instance, std::set<std::wstring>& keys)
+{
+    const Class& definition = *instance.definition;
+    for (std::size_t i = 0; i < instance.values.size(); ++i)
+    {
+        if (definition.properties[i].key && instance.values[i].IsNull())
+        {
+            Lose(definition.name, definition.properties[i].name, "an instance has no value for this key");
+            return false;
+        }
+    }
+    if (definition.HasKey() && !keys.insert(KeyOf(instance)).second)
+    {
+        Lose(definition.name, L"__PATH", "several instances have the same");
+        return false;
+    }
+    return true;
 }
 
 // Adds those that the definition lacks.
@@ -200,12 +280,18 @@ void ClassRecorder::ReadProperties(IWbemClassObject& object, Class& definition)
             Lose(definition.name, name, FAILED(hr) ? StatusText(hr) : "its type " + std::to_string(property.type));
             continue;
         }
+        const Qualifiers qualifiers = QualifiersOfProperty(object, name);
+        property.description = qualifiers.Text(L"Description");
+        if (const auto size = qualifiers.Number(L"MAX"); size && property.type == (CIM_UINT8 | CIM_FLAG_ARRAY))
+        {
+            property.size = static_cast<std::size_t>(std::max(LONG{0}, *size));
+        }
         if (property.ElementType() != CIM_OBJECT)
         {
             // What some systems give for a class is an instance of it, whose values are nobody's defaults.
             property.initial = isInstance ? Value{} : ReadValue(value.Value(), property, definition.name);
         }
-        else if (const std::wstring embedded = ObjectClassOf(object, name);
+        else if (const std::wstring embedded = ObjectClassOf(qualifiers.Text(L"CIMTYPE"));
                  !embedded.empty() && DefineEmbedded(embedded) != nullptr)
         {
             property.objectClass = embedded;
@@ -240,6 +326,9 @@ void ClassRecorder::ReadMethods(IWbemClassObject& object, Class& definition)
         }
         Simulator::Method method;
         method.name = name.Get();
+        const Qualifiers qualifiers = QualifiersOfMethod(object, name.Get());
+        method.description = qualifiers.Text(L"Description");
+        method.isStatic = qualifiers.Flag(L"static");
         method.in = ReadParameters(in.Get());
         method.out = ReadParameters(out.Get());
         definition.methods.push_back(std::move(method));

@@ -5,21 +5,32 @@
 
 #include "Simulator/Description/Description.h"
 
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace Zv::Host
 {
 
+// How much is recorded of a class, and who hears of it.
+struct RecordingOptions
+{
+    std::size_t limit = 0; // instances at most; 0: all
+    bool schemaOnly = false;
+    std::function<void()> onInstance; // may be empty
+};
+
 // Also reads the classes whose objects are embedded in what it reads, without their instances.
 class ClassRecorder
 {
 public:
     // Null: this machine. Throws Failure(CommandFailed).
-    ClassRecorder(Simulator::Machine* machine, const std::wstring& nameSpace)
+    ClassRecorder(Simulator::Machine* machine, const std::wstring& nameSpace, RecordingOptions options)
         : m_wmi{machine, nameSpace},
-          m_nameSpace{nameSpace}
+          m_nameSpace{nameSpace},
+          m_options{std::move(options)}
     {
     }
 
@@ -47,6 +58,8 @@ private:
     [[nodiscard]] std::shared_ptr<Entry> Define(IWbemClassObject& object);
     [[nodiscard]] std::shared_ptr<Entry> DefineEmbedded(const std::wstring& name);
     void ReadInstances(Entry& entry);
+    // Whether no other instance has its path; one that cannot have one is named as lost.
+    [[nodiscard]] bool IsDistinct(const Simulator::Object& instance, std::set<std::wstring>& keys);
     void ReadProperties(IWbemClassObject& object, Simulator::Class& definition);
     void ReadMethods(IWbemClassObject& object, Simulator::Class& definition);
     [[nodiscard]] Simulator::ClassPtr ReadParameters(IWbemClassObject* object);
@@ -60,6 +73,7 @@ private:
     WmiClient m_wmi;
     std::vector<std::shared_ptr<Entry>> m_entries;
     std::wstring m_nameSpace;
+    const RecordingOptions m_options;
     std::wstring m_server;
     std::vector<std::string> m_losses;
 };

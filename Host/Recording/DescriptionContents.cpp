@@ -26,7 +26,7 @@ DescriptionContents Count(const Simulator::Description& description)
     {
         for (const Simulator::ClassEntry& entry : nameSpace.classes)
         {
-            if (!entry.definition->name.starts_with(L"__")) // WMI's own
+            if (entry.definition->name != L"__NAMESPACE") // which comes by itself
             {
                 ++contents.classes;
                 contents.instances += entry.instances.size();

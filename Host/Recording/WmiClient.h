@@ -44,7 +44,8 @@ public:
     // Empty when there is no such class. Throws Failure(CommandFailed).
     [[nodiscard]] Tessel::Server::Shared::WMI::ComPtr<IWbemClassObject> FindClass(const std::wstring& name) const;
 
-    // Calls receive(IWbemClassObject&) for each instance. Returns the status that ended it: a success, or what failed.
+    // Calls receive(IWbemClassObject&) for each instance until it returns false. Returns the status that ended it: a
+    // success, or what failed.
     template <class Receive>
     [[nodiscard]] HRESULT ForEachInstance(const std::wstring& className, Receive receive) const
     {
@@ -59,7 +60,10 @@ public:
             {
                 break;
             }
-            receive(*instance.Get());
+            if (!receive(*instance.Get()))
+            {
+                break;
+            }
         }
         return hr;
     }

@@ -43,6 +43,12 @@ void Progress::Count()
     m_line.Count();
 }
 
+void Progress::SetCount(std::size_t count)
+{
+    const std::lock_guard held{m_mutex};
+    m_line.SetCount(count);
+}
+
 void Progress::Run()
 {
     std::unique_lock held{m_mutex};

@@ -24,6 +24,7 @@ public:
 
     void SetWhat(std::string what);
     void Count(); // one more object has come
+    void SetCount(std::size_t count);
 
 private:
     void Run();

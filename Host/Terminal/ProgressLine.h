@@ -25,6 +25,7 @@ public:
 
     void SetWhat(std::string what) { m_what = std::move(what); }
     void Count() noexcept { ++m_count; } // one more object has come
+    void SetCount(std::size_t count) noexcept { m_count = count; }
 
     // Shows the line when its time has come. To be called several times a second.
     void Refresh();

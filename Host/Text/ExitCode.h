@@ -15,6 +15,7 @@ enum class ExitCode : int
     Interrupted = 6,      // Ctrl-C, or the console was closed, before what was asked for was done
     FirmwareRefused = 7,  // the firmware answered with a code other than 0, or without the bytes asked for
     SomethingMissing = 8, // doctor: this machine lacks something that the module works with
+    Incomplete = 9,       // record: something could not be read, the rest is written
     InternalError = 70,   // out of memory, or an error in wmihost itself
 };
 
@@ -29,6 +30,7 @@ inline constexpr char ExitCodeHelp[] = R"(Exit codes:
   6   Ctrl-C came first; "events" that nothing else would end give 0
   7   the firmware refused, with a return code that is printed, or sent no bytes
   8   "doctor" found something missing
+  9   "record" could not read something, which it names; the rest is written
   70  out of memory, or an error in wmihost itself)";
 
 } // namespace Zv::Host

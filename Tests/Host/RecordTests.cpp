@@ -153,10 +153,85 @@ TEST(HostRecord, SaysWhichOfTheUsualClassesAreMissing)
 TEST(HostRecord, KeepsWhatItCanReadAndSaysWhatItCannot)
 {
     const Recording recording{{"--simulate", ZV_MACHINES "/misbehaving.json", "Zv_Broken"}};
-    EXPECT_EQ(recording.Result().exitCode, 0);
+    EXPECT_EQ(recording.Result().exitCode, 9);
     EXPECT_EQ(recording.Result().error, "not recorded: Zv_Broken.Bad: 0x80041001 (the provider failed)\n"
                                         "not recorded: the instances of Zv_Broken: 0x80041015\n");
     EXPECT_NE(recording.Text().find("\"Name\": \"a\""), std::string::npos);
+}
+
+// One unreadable class costs only itself.
+TEST(HostRecord, LeavesOutWhatItCannotReadAndNamesIt)
+{
+    const TemporaryFolder folder;
+    const std::string machine = folder.Write("faulty.json", R"json({"version":1,"name":"m","namespaces":[
+      {"path":"root\\CIMV2","classes":[
+        {"name":"A","properties":{"P":"string"},"instances":[{"P":"x"}]},{"name":"B"},{"name":"C"},
+        {"name":"D","properties":{"Q":"uint8"},"instances":[{"Q":1},{"Q":2},{"Q":3}]}]}],
+      "faults":[{"at":"IWbemServices::GetObject","about":"B","status":"WBEM_E_FAILED"},
+                {"at":"IWbemServices::GetObject","about":"C","hang":true}]})json");
+    const Recording recording{
+        {"--simulate", machine, "A", "B", "C", "None", "root\\none:E", "D", "--limit", "2", "--class-timeout", "1"}};
+    EXPECT_EQ(recording.Result().exitCode, 9);
+    EXPECT_EQ(recording.Result().error, "not recorded: cannot read the class B: 0x80041001 (the provider failed)\n"
+                                        "not recorded: C: not read within 1 s (--class-timeout)\n"
+                                        "not recorded: there is no class None in ROOT\\CIMV2\n"
+                                        "not recorded: cannot connect to root\\none: 0x8004100e (no such namespace)\n");
+    EXPECT_EQ(recording.Result().output,
+              recording.File() + " has classes: 2, instances: 3, settings: 0, packages: 0\n");
+}
+
+TEST(HostRecord, WritesNothingWhenThereIsNothing)
+{
+    const Recording recording{{"NoSuchClass", "root\\wmi:NoSuchClass"}};
+    EXPECT_EQ(recording.Result().exitCode, 1);
+    EXPECT_EQ(recording.Result().error, "not recorded: there is no class NoSuchClass in ROOT\\CIMV2\n"
+                                        "not recorded: there is no class NoSuchClass in root\\wmi\n"
+                                        "nothing was recorded; " +
+                                            recording.File() + " is not written\n");
+    EXPECT_FALSE(recording.Exists());
+}
+
+TEST(HostRecord, LeavesInstancesOutOnDemand)
+{
+    const Recording recording{
+        {"--simulate", ZV_MACHINES "/notebook.json", "Win32_BIOS", "root\\wmi:zvqBIntM", "--schema-only"}};
+    EXPECT_EQ(recording.Result().error, "");
+    EXPECT_EQ(recording.Result().exitCode, 0);
+    EXPECT_EQ(recording.Text().find("\"instances\""), std::string::npos);
+    EXPECT_NE(recording.Text().find("\"zvqBIOSInt128\""), std::string::npos);
+}
+
+// What the description said of the classes: types of objects, sizes, descriptions, and what a class or method is.
+TEST(HostRecord, LosesNothingOfASimulatedMachinesClasses)
+{
+    const TemporaryFolder folder;
+    const std::string machine = folder.Write("rich.json", R"json({"version":1,"name":"m","namespaces":[
+      {"path":"root\\CIMV2","classes":[
+        {"name":"Tool","description":"Does things.","properties":{
+           "Id":{"type":"uint32","description":"Its number.","key":true},
+           "Raw":{"type":"uint8[]","size":4},"Part":"object:Part","Ref":"ref"},
+         "methods":{"Run":{"description":"Runs it.","in":{"Part":"object:Part"},"out":{"Raw":{"type":"uint8[]","size":8}}},
+                    "Count":{"static":true,"out":{"ReturnValue":"uint32"}}},
+         "instances":[{"Id":1,"Raw":"01 02"},{"Id":2,"Raw":[1]}]},
+        {"name":"Part","properties":{"Number":"uint16"}},
+        {"name":"Options","singleton":true,"properties":{"On":"boolean"}}]}]})json");
+    const Recording recording{{"--simulate", machine, "Tool", "Options"}};
+    EXPECT_EQ(recording.Result().error, "");
+    EXPECT_EQ(recording.Result().exitCode, 0);
+    Host::JsonDocument document;
+    document.Parse(recording.Text().c_str());
+    ASSERT_TRUE(document.IsObject());
+    Host::JsonDocument expected;
+    expected.Parse(R"json([
+      {"name":"Tool","description":"Does things.","properties":{
+         "Id":{"type":"uint32","description":"Its number.","key":true},
+         "Raw":{"type":"uint8[]","size":4},"Part":"object:Part","Ref":"ref"},
+       "methods":{"Run":{"description":"Runs it.","in":{"Part":"object:Part"},"out":{"Raw":{"type":"uint8[]","size":8}}},
+                  "Count":{"static":true,"out":{"ReturnValue":"uint32"}}},
+       "instances":[{"Id":1,"Raw":"01 02 00 00"},{"Id":2,"Raw":{"bytes":"01","length":1}}]},
+      {"name":"Part","properties":{"Number":"uint16"}},
+      {"name":"Options","singleton":true,"properties":{"On":"boolean"}}])json");
+    EXPECT_EQ(document["namespaces"][0]["classes"], expected) << recording.Text();
 }
 
 // A machine with something to hide.
@@ -266,9 +341,6 @@ struct Mistake
 TEST(HostRecord, NamesEachMistakeInOneLineAndWritesNothing)
 {
     const Mistake mistakes[] = {
-        {{"NoSuchClass"}, 1, "there is no class NoSuchClass in ROOT\\CIMV2\n"},
-        {{"Win32_BIOS", "root\\wmi:NoSuchClass"}, 1, "there is no class NoSuchClass in root\\wmi\n"},
-        {{"root\\none:A"}, 1, "cannot connect to root\\none: 0x8004100e (no such namespace)\n"},
         {{"Win32 BIOS"},
          2,
          "wmihost record: \"Win32 BIOS\" is not a class, such as Win32_BIOS or root\\wmi:zvqBIntM; "},
