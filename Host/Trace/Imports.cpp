@@ -211,7 +211,7 @@ void AddMemory(std::vector<ImportEntry>& table)
 void AddQuietOnes(std::vector<ImportEntry>& table)
 {
     AddQuiet(table, "locks and conditions, thousands of them",
-             {"AcquireSRWLockExclusive", "ReleaseSRWLockExclusive", "SleepConditionVariableSRW",
+             {"AcquireSRWLockExclusive", "ReleaseSRWLockExclusive", "Sleep", "SleepConditionVariableSRW",
               "WakeConditionVariable", "WakeAllConditionVariable", "InitializeCriticalSection", "EnterCriticalSection",
               "LeaveCriticalSection", "DeleteCriticalSection", "_lock", "_unlock", "TlsAlloc", "TlsFree", "TlsGetValue",
               "TlsSetValue"});
@@ -221,8 +221,7 @@ void AddQuietOnes(std::vector<ImportEntry>& table)
              {"RaiseException", "RtlCaptureContext", "RtlLookupFunctionEntry", "RtlUnwindEx", "RtlVirtualUnwind",
               "__C_specific_handler", "TerminateProcess", "abort", "_amsg_exit", "RtlDllShutdownInProgress"});
     AddQuiet(table, "the compiler's start-up",
-             {"VirtualProtect", "VirtualQuery", "GetCurrentProcess", "GetCurrentThreadId", "Sleep", "_initterm",
-              "__iob_func"});
+             {"VirtualProtect", "VirtualQuery", "GetCurrentProcess", "GetCurrentThreadId", "_initterm", "__iob_func"});
     AddQuiet(table, "works on texts, numbers and memory of the module's own",
              {"MultiByteToWideChar",
               "WideCharToMultiByte",

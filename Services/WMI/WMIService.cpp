@@ -61,9 +61,7 @@ int WMIService::EndSession(void** session)
 {
     if (session != nullptr)
     {
-        auto& context = *static_cast<WMIServiceContext*>(*session);
-        context.NoteSessionEnd();
-        context.Release(true);
+        static_cast<WMIServiceContext*>(*session)->GiveUp(WMIServiceContext::Parting::EndsSession);
     }
     return Success;
 }

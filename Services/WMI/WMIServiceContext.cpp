@@ -44,26 +44,42 @@ unsigned long WMIServiceContext::AddRef()
 
 unsigned long WMIServiceContext::Release(bool signalWaiter)
 {
+    return GiveUp(signalWaiter ? Parting::Signals : Parting::Silent);
+}
+
+unsigned long WMIServiceContext::GiveUp(Parting parting) noexcept
+{
+    ++leaving; // before the count falls: whoever brings it to 0 knows of all who have yet to pass the lock
+    // Before the signal: a registration that it wakes is the last one then, and its thread ends what it has begun.
+    const unsigned long count = --refCount;
     {
         const Shared::LockGuard held{listenerLock};
-        if (signalWaiter && stopEvent != nullptr)
+        if (parting == Parting::EndsSession)
+        {
+            NoteSessionEndLocked();
+        }
+        if (parting != Parting::Silent && stopEvent != nullptr)
         {
             SetEvent(stopEvent);
         }
     }
-    // Counting down comes last: every thread has left the lock before it gives up its reference, so that nobody can
-    // touch the lock of a context that another thread frees.
-    const unsigned long count = --refCount;
-    if (count == 0)
+    if (count != 0)
     {
-        delete this;
+        --leaving; // from here on the context may be gone
+        return count;
     }
-    return count;
+    // The others have only the lock to pass, and nobody comes any more. The second and later pauses let threads of
+    // lower priority run, too.
+    for (DWORD pause = 0; leaving != 1; pause = 1)
+    {
+        Sleep(pause);
+    }
+    delete this;
+    return 0;
 }
 
-void WMIServiceContext::NoteSessionEnd() noexcept
+void WMIServiceContext::NoteSessionEndLocked() noexcept
 {
-    const Shared::LockGuard held{listenerLock};
     sessionEnded = true;
     if (Shared::WMI::BiosWmiEventSink* const sink = event.Sink(); sink != nullptr)
     {

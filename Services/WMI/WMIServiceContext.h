@@ -52,9 +52,18 @@ private:
         Failed // GetLastError() says why
     };
 
-    // The session ends: a registration that has yet to wait, or that waits in the mailbox and does not see its stop
-    // event, returns.
-    void NoteSessionEnd() noexcept;
+    enum class Parting
+    {
+        Silent,
+        Signals,    // wakes the waiting registration
+        EndsSession // so that a registration returns also when it has yet to wait, or waits in the mailbox
+    };
+
+    // Gives up a reference. Returns the new count; the context is gone when that is 0.
+    unsigned long GiveUp(Parting parting) noexcept;
+
+    // For a caller that holds listenerLock.
+    void NoteSessionEndLocked() noexcept;
 
     // Tells the waiting registration to end. Does not take listenerLock, which is held while a registration is set up:
     // that may take long.
@@ -66,16 +75,18 @@ private:
     // ClearListener for a caller that holds listenerLock.
     bool ClearListenerLocked();
 
-    std::atomic<std::uint32_t> refCount = 0; // atomic; falls when its thread has left listenerLock
-    std::unique_ptr<wchar_t[]> clientId;     // written by the constructor only
-    std::wstring callbackEventName;          // written by the constructor only
-    Shared::WMI::BiosWmiEvent event;         // guards itself
+    std::atomic<std::uint32_t> refCount = 0;
+    std::unique_ptr<wchar_t[]> clientId; // written by the constructor only
+    std::wstring callbackEventName;      // written by the constructor only
+    Shared::WMI::BiosWmiEvent event;     // guards itself
     Shared::Lock listenerLock;
     std::wstring stopEventName;     // written by the constructor only
     HANDLE stopEvent = nullptr;     // changed under both locks, read under either; not null while a registration waits
     HANDLE callbackEvent = nullptr; // guarded by listenerLock; follows stopEvent: the two are waited for as one array
     bool sessionEnded = false;      // guarded by listenerLock
-    Shared::Lock stopLock;          // the innermost; keeps stopEvent open while it is signalled
+    // Threads that are giving up a reference and may touch this object still, however low refCount is.
+    std::atomic<std::uint32_t> leaving = 0;
+    Shared::Lock stopLock; // the innermost; keeps stopEvent open while it is signalled
 };
 
 } // namespace Zv::Tessel::Server::Services::WMI

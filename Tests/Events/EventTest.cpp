@@ -33,6 +33,17 @@ EventTest::EventTest(std::chrono::milliseconds limit) : ModuleTest{limit}
     plan.Before("WaitForMultipleObjects", [this](int) { waits.Add(); });
 }
 
+void EventTest::TearDown()
+{
+    if (session && session->Get() != nullptr)
+    {
+        plan.Clear();
+        Shutdown(); // after the registrations
+        ExpectComLeftByAnotherThread();
+    }
+    ModuleTest::TearDown();
+}
+
 HRESULT EventTest::Emit(ObjectScriptPtr event)
 {
     const Tessel::Server::Shared::WMI::ComPtr<IWbemClassObject> object{wmi->NewObject(std::move(event))};

@@ -33,6 +33,12 @@ class EventTest : public ModuleTest
 protected:
     explicit EventTest(std::chrono::milliseconds limit = Watchdog::Default);
 
+    void TearDown() override;
+
+    // By contract COM is left by the thread that gives the session up last. To be called where that is none that has
+    // set the subscription up: no registration waits any more, or it is not the first.
+    void ExpectComLeftByAnotherThread() { ledgers.comJoins.Offset(); }
+
     // Delivers an event to the live subscriptions, on the calling thread.
     HRESULT Emit(int id, int data) { return Emit(FirmwareEvent(id, data)); }
     HRESULT Emit(ObjectScriptPtr event);

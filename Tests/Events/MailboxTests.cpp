@@ -272,6 +272,7 @@ TEST_F(Mailbox, TheEndOfTheSessionEndsTheRegistrationThatAClientWhoHasLeftMadeDe
 
     EXPECT_EQ(Narrow(next->End().text), "{\"result\":0}");
     EXPECT_THAT(next->Events(), IsEmpty());
+    ExpectComLeftByAnotherThread();
 }
 
 TEST_F(Mailbox, TheSessionMayEndInsideItsClientsCallback)
@@ -328,6 +329,7 @@ TEST_F(Mailbox, TheEndOfTheSessionLetsBlockedProducersGo)
     second->Wait();
     third->Wait();
     EXPECT_THAT(Log(), IsEmpty());
+    ExpectComLeftByAnotherThread();
 }
 
 TEST_F(Mailbox, AnEventThatIsUnderWayWhenTheSessionEndsFindsItsSink)

@@ -83,6 +83,7 @@ TEST_F(EventSink, OutlivesItsSessionAsLongAsWmiHoldsIt)
     EXPECT_EQ(sink->AddRef(), 2u);
     EXPECT_EQ(sink->Release(), 1u);
     EXPECT_GT(ledgers.heap.Count(), 0u);
+    ExpectComLeftByAnotherThread();
 }
 
 TEST_F(EventSink, RefusesAMissingArray)
@@ -266,6 +267,7 @@ TEST_F(EventSink, AnEventHandleThatCannotBeClosedIsReportedByItsEnd)
 
     EXPECT_THAT(Log(), ElementsAre(Error(L"%S.%S - Windows API %s error, GetLastError = %d", BiosWmiEventSinkClass,
                                          "~BiosWmiEventSink", L"CloseHandle", ERROR_INVALID_HANDLE)));
+    ExpectComLeftByAnotherThread();
 }
 
 } // namespace

@@ -147,7 +147,7 @@ TEST_F(Subscription, EachStepThatFailsIsLoggedAndEverythingBeforeItIsGivenBackIn
                                    L"IWbemLocator::Rel", L"CoUninitialize", L"IWbemServices::Cancel"}),
                     ::testing::ElementsAreArray(step.cleanUp));
         EXPECT_EQ(wmi->Outstanding(), 0);
-        EXPECT_EQ(ledgers.comJoins, 0);
+        EXPECT_EQ(ledgers.comJoins.Uneven(), L"");
         EXPECT_EQ(ledgers.handles.Count(), 0u);
         EXPECT_EQ(ledgers.heap.Count(), blocks) << "not the sink either, though its session goes on";
     }
@@ -174,7 +174,7 @@ TEST_F(Subscription, AStepThatSucceedsWithoutAnObjectHasFailedToo)
         ASSERT_EQ(Log().size(), 2u);
         EXPECT_EQ(Log().front(), CallFailed(BiosWmiEventClass, "SetupSink", text, S_OK));
         EXPECT_EQ(wmi->Outstanding(), 0);
-        EXPECT_EQ(ledgers.comJoins, 0);
+        EXPECT_EQ(ledgers.comJoins.Uneven(), L"");
     }
 }
 
@@ -199,8 +199,7 @@ TEST_F(Subscription, AThreadThatCannotJoinComIsReportedAndTheSetUpGoesOn)
 
     EXPECT_THAT(Log(), ElementsAre(CallFailed(BiosWmiEventClass, "SetupSink", L"CoInitializeEx", RPC_E_CHANGED_MODE)));
     session->End();
-    EXPECT_EQ(ledgers.comJoins, -1); // COM is left by contract even where joining it failed
-    ledgers.comJoins = 0;
+    EXPECT_EQ(ledgers.comJoins.Take(), -1); // COM is left by contract even where joining it failed
 }
 
 TEST_F(Subscription, SecurityThatCannotBeSetIsReportedAndTheSetUpGoesOn)
@@ -239,7 +238,7 @@ TEST_F(Subscription, ABstrThatCannotBeMadeIsAGeneralFailureAndNothingStaysBehind
             EXPECT_THAT(Log(), ElementsAre(Error(L"%S.%S - unable to create BiosWmiEvent class", WmiServiceClass,
                                                  RegisterMethod)));
             EXPECT_EQ(wmi->Outstanding(), 0);
-            EXPECT_EQ(ledgers.comJoins, 0);
+            EXPECT_EQ(ledgers.comJoins.Uneven(), L"");
         }
     }
     plan.Clear();
@@ -272,7 +271,7 @@ TEST_F(Subscription, EveryAllocationMayFailOnceOrFromThenOn)
             EXPECT_EQ(Narrow(Register(Filter(5)).text), "{\"result\":0}");
             session->End();
             EXPECT_EQ(wmi->Outstanding(), 0);
-            EXPECT_EQ(ledgers.comJoins, 0);
+            EXPECT_EQ(ledgers.comJoins.Uneven(), L"");
             EXPECT_EQ(ledgers.handles.Count(), 0u);
         }
     }

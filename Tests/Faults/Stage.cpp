@@ -104,7 +104,7 @@ void Stage::Begin(std::vector<std::function<void()>> newSteps)
 
 int Stage::TakeJoins()
 {
-    const int joins = ledgers.comJoins.exchange(0);
+    const int joins = ledgers.comJoins.Take();
     for (int n = joins; n > 0; --n)
     {
         CoUninitialize();

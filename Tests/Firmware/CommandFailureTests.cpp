@@ -199,7 +199,7 @@ TEST_F(CommandFailure, OfMemoryForATextIsAGeneralFailure)
         EXPECT_EQ(reply.code, 0x20000002) << "text " << text;
         EXPECT_EQ(reply.text, L"{}") << "text " << text;
         EXPECT_EQ(wmi->Outstanding(), 0) << "text " << text;
-        EXPECT_EQ(ledgers.comJoins, 0) << "text " << text;
+        EXPECT_EQ(ledgers.comJoins.Uneven(), L"") << "text " << text;
     }
 }
 

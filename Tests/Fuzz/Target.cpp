@@ -215,11 +215,12 @@ void Target::Deliver()
 std::string Target::WhatIsLeft()
 {
     std::string left;
-    if (m_ledgers.comJoins < 0 || m_ledgers.comJoins > m_machine->LocatorsDenied())
+    int joins = m_ledgers.comJoins.Take();
+    if (joins < 0 || joins > m_machine->LocatorsDenied())
     {
-        left += "joins of COM: " + std::to_string(m_ledgers.comJoins) + "\n";
+        left += "joins of COM: " + std::to_string(joins) + "\n";
     }
-    for (; m_ledgers.comJoins > 0; --m_ledgers.comJoins)
+    for (; joins > 0; --joins)
     {
         CoUninitialize();
     }

@@ -98,11 +98,13 @@ protected:
         Session session{service.Get(), L"a listener"};
         std::atomic<int> relayed = 0;
         std::atomic<bool> ended = false;
-        const auto start = [&held](Role role, const std::function<void()>& act) {
-            return std::thread{[&held, role, act] {
+        std::array<int, Roles> joinsOfCom{};
+        const auto start = [&](Role role, const std::function<void()>& act) {
+            return std::thread{[&, role, act] {
                 t_role = role;
                 act();
                 t_role = Nobody;
+                joinsOfCom[role] = ledgers.comJoins.Take();
                 held.NoteEnd();
             }};
         };
@@ -137,6 +139,9 @@ protected:
         {
             thread->join();
         }
+        // The session's end leaves COM on its own thread when no registration waits any more.
+        EXPECT_EQ(joinsOfCom[Listener], GetParam() ? 1 : 0);
+        EXPECT_EQ(joinsOfCom[Ender], GetParam() ? -1 : 0);
         ExpectNothingLeft();
     }
 };

@@ -3,7 +3,9 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <numeric>
 #include <stdexcept>
+#include <utility>
 
 namespace Zv::Testing
 {
@@ -76,6 +78,58 @@ std::size_t Threads::Running() const
         std::ranges::count_if(m_threads, [](HANDLE thread) { return WaitForSingleObject(thread, 0) == WAIT_TIMEOUT; }));
 }
 
+namespace
+{
+
+// Windows gives the number of a thread that has ended to another one.
+unsigned int NumberOfThisThread()
+{
+    static std::atomic<unsigned int> threads = 0;
+    thread_local const unsigned int number = ++threads;
+    return number;
+}
+
+} // namespace
+
+void ComJoins::Add(int joins)
+{
+    const LockGuard guard{m_lock};
+    m_accounts[NumberOfThisThread()] += joins;
+}
+
+int ComJoins::Take()
+{
+    const LockGuard guard{m_lock};
+    return std::exchange(m_accounts[NumberOfThisThread()], 0);
+}
+
+void ComJoins::Offset()
+{
+    const LockGuard guard{m_lock};
+    if (std::accumulate(m_accounts.begin(), m_accounts.end(), 0,
+                        [](int sum, const auto& account) { return sum + account.second; }) == 0)
+    {
+        m_accounts.clear();
+    }
+}
+
+std::wstring ComJoins::Uneven() const
+{
+    const LockGuard guard{m_lock};
+    std::wstring text;
+    int thread = 0;
+    for (const auto& [number, joins] : m_accounts)
+    {
+        ++thread;
+        if (joins != 0)
+        {
+            text +=
+                (text.empty() ? L"thread " : L", thread ") + std::to_wstring(thread) + L": " + std::to_wstring(joins);
+        }
+    }
+    return text;
+}
+
 std::wstring Ledgers::Outstanding() const
 {
     std::wstring text;
@@ -96,7 +150,10 @@ std::wstring Ledgers::Outstanding() const
     list(L"environment block", environments);
     list(L"text of a UUID", uuidTexts);
     count(L"running threads", static_cast<int>(threads.Running()));
-    count(L"joins of COM not left", comJoins);
+    if (const std::wstring joins = comJoins.Uneven(); !joins.empty())
+    {
+        text += L"joins of COM not left: " + joins + L"\n";
+    }
     count(L"impersonations not reverted", impersonations);
     count(L"arrays left accessed", accessedSafeArrays);
     return text;

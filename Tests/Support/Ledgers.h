@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -60,6 +61,30 @@ private:
     std::vector<HANDLE> m_threads; // duplicates; guarded by m_lock
 };
 
+// Joins of COM less leaves, of each thread: nobody can leave for another.
+class ComJoins
+{
+public:
+    // By the calling thread.
+    void Joined() { Add(1); }
+    void Left() { Add(-1); }
+
+    // What the calling thread has not left; below 0 when it has left too often. Its account is clear from here on.
+    int Take();
+    // Sets what one thread has left too often against what others have not left, where by contract whoever gives up the
+    // session last leaves COM: the accounts are clear when all of them together are even.
+    void Offset();
+
+    // "thread 1: 1, thread 2: -1", in the order of their first call; empty when all accounts are even.
+    [[nodiscard]] std::wstring Uneven() const;
+
+private:
+    void Add(int joins);
+
+    mutable Tessel::Server::Shared::Lock m_lock;
+    std::map<unsigned int, int> m_accounts; // by a number that no other thread has ever had; guarded by m_lock
+};
+
 struct Ledgers
 {
     Ledger heap;
@@ -67,7 +92,7 @@ struct Ledgers
     Ledger environments;
     Threads threads;
     Ledger uuidTexts;                        // of UuidToStringW
-    std::atomic<int> comJoins = 0;           // CoInitializeEx that succeeded less CoUninitialize
+    ComJoins comJoins;                       // CoInitializeEx that succeeded less CoUninitialize
     std::atomic<int> impersonations = 0;     // ImpersonateLoggedOnUser that succeeded less RevertToSelf
     std::atomic<int> accessedSafeArrays = 0; // SafeArrayAccessData less SafeArrayUnaccessData
 

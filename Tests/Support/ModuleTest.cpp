@@ -86,12 +86,12 @@ void ModuleTest::TearDown()
 {
     plan.Clear();
     Shutdown();
-    EXPECT_EQ(ledgers.comJoins, m_comJoinsLeft) << "joins of COM that the module did not leave";
-    for (; ledgers.comJoins > 0; --ledgers.comJoins)
+    int joins = ledgers.comJoins.Take();
+    EXPECT_EQ(joins, m_comJoinsLeft) << "joins of COM that the module did not leave on this thread";
+    for (; joins > 0; --joins)
     {
         CoUninitialize();
     }
-    ledgers.comJoins = 0;
     EXPECT_EQ(Narrow(ledgers.Outstanding()), "") << "left over";
     EXPECT_EQ(wmi->Outstanding(), 0) << "references on scripted COM objects";
     EXPECT_EQ(ComMemory::Blocks(), m_comBlocksBefore) << "BSTRs, SAFEARRAYs and other COM memory";

@@ -81,7 +81,7 @@ protected:
 
     // Ends the session and destroys the service; called by TearDown for those that are left.
     void Shutdown();
-    // Where the module leaves COM joined by contract: how often. The fixture leaves it then.
+    // Where the module leaves the test's thread joined to COM by contract: how often. The fixture leaves it then.
     void ExpectComJoinsLeft(int joins) { m_comJoinsLeft = joins; }
 
 private:

@@ -82,9 +82,16 @@ void PlatformCalls::WatchHeap()
 
 void PlatformCalls::WatchCom()
 {
-    Watch<"CoInitializeEx", decltype(CoInitializeEx)>(Traced::Yes).taken =
-        [](Ledgers& ledgers, HRESULT hr, void*, DWORD) { ledgers.comJoins += SUCCEEDED(hr) ? 1 : 0; };
-    Watch<"CoUninitialize", decltype(CoUninitialize)>(Traced::Yes).given = [](Ledgers& ledgers) { --ledgers.comJoins; };
+    Watch<"CoInitializeEx", decltype(CoInitializeEx)>(Traced::Yes).taken = [](Ledgers& ledgers, HRESULT hr, void*,
+                                                                              DWORD) {
+        if (SUCCEEDED(hr))
+        {
+            ledgers.comJoins.Joined();
+        }
+    };
+    Watch<"CoUninitialize", decltype(CoUninitialize)>(Traced::Yes).given = [](Ledgers& ledgers) {
+        ledgers.comJoins.Left();
+    };
     Watch<"CoInitializeSecurity", decltype(CoInitializeSecurity)>(Traced::Yes);
     Watch<"CoCreateInstance", decltype(CoCreateInstance)>(Traced::Yes);
     Watch<"CoSetProxyBlanket", decltype(CoSetProxyBlanket)>(Traced::Yes);

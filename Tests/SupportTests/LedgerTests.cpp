@@ -4,9 +4,12 @@
 
 #include <oleauto.h>
 
+#include <thread>
+
 namespace
 {
 
+using Zv::Testing::ComJoins;
 using Zv::Testing::ComMemory;
 using Zv::Testing::Ledger;
 using Zv::Testing::Ledgers;
@@ -38,8 +41,30 @@ TEST(Ledgers, NameEachKindOfThingThatIsLeft)
     EXPECT_EQ(ledgers.Outstanding(), L"");
 
     ledgers.heap.Taken(&ledgers, L"12 bytes");
-    ledgers.comJoins = 1;
-    EXPECT_EQ(ledgers.Outstanding(), L"heap block: 12 bytes\njoins of COM not left: 1\n");
+    ledgers.comJoins.Joined();
+    EXPECT_EQ(ledgers.Outstanding(), L"heap block: 12 bytes\njoins of COM not left: thread 1: 1\n");
+}
+
+TEST(ComJoins, ALeaveByAnotherThreadLeavesBothUneven)
+{
+    ComJoins joins;
+    joins.Joined();
+    std::thread{[&joins] {
+        joins.Left();
+        joins.Left();
+        joins.Joined();
+    }}.join();
+    EXPECT_EQ(joins.Uneven(), L"thread 1: 1, thread 2: -1");
+
+    joins.Joined();
+    joins.Offset();
+    EXPECT_EQ(joins.Uneven(), L"thread 1: 2, thread 2: -1") << "one join was left by nobody";
+    EXPECT_EQ(joins.Take(), 2);
+    EXPECT_EQ(joins.Uneven(), L"thread 2: -1");
+
+    joins.Joined();
+    joins.Offset();
+    EXPECT_EQ(joins.Uneven(), L"");
 }
 
 TEST(Ledgers, CountAThreadUntilItHasEnded)
