@@ -131,6 +131,7 @@ void AddKernel(std::vector<ImportEntry>& table)
         Shown<"DisableThreadLibraryCalls", decltype(DisableThreadLibraryCalls)>(Bool, {}),
         Shown<"GetModuleHandleW", decltype(GetModuleHandleW)>(Handle, {In("module")}),
         Shown<"GetModuleHandleExW", decltype(GetModuleHandleExW)>(Bool, {In("flags"), NotShown, Out("module")}),
+        Shown<"FreeLibrary", decltype(FreeLibrary)>(Bool, {In("module")}),
         Shown<"LoadLibraryW", decltype(LoadLibraryW)>(Handle, {In("file")}),
         Shown<"GetProcAddress", decltype(GetProcAddress)>(Handle, {In("module"), In("function")}),
         Shown<"RtlGetVersion", LONG(RTL_OSVERSIONINFOW*)>(NtStatus, {Out("version")}),

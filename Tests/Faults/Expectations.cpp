@@ -581,6 +581,7 @@ private:
         {
             With(group, site, Effect::Other, {NoListener});
         }
+        Same(group, "GetModuleHandleExW"); // that pins: a reference is left
 
         for (const std::string_view memory : {"malloc", "calloc", "realloc"})
         {

@@ -145,6 +145,7 @@ const Table& Failing()
              Returns({RPC_S_INVALID_BINDING, RPC_S_NO_CALL_ACTIVE, ERROR_INVALID_PARAMETER})},
             // Modules.
             {"GetModuleHandleExW", Refuses({ERROR_MOD_NOT_FOUND, ERROR_INVALID_PARAMETER})},
+            {"FreeLibrary", Refuses({ERROR_MOD_NOT_FOUND}, Done)},
             {"GetModuleHandleW", Refuses({ERROR_MOD_NOT_FOUND})},
             {"GetProcAddress", Refuses({ERROR_PROC_NOT_FOUND})},
             {"LoadLibraryW", Refuses({ERROR_MOD_NOT_FOUND})},

@@ -68,6 +68,11 @@ struct Stage
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
+    static BOOL WINAPI NoPin(DWORD flags, const wchar_t* address, HMODULE* result)
+    {
+        return (flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0 ? NoModuleHandle(flags, address, result)
+                                                            : GetModuleHandleExW(flags, address, result);
+    }
     static std::uintptr_t NoThread(void*, unsigned int, unsigned int(__stdcall*)(void*), void*, unsigned int,
                                    unsigned int*)
     {
@@ -140,15 +145,15 @@ void ReturnArmed(Host& host)
     host.StartAndWait();
 }
 
-void UnloadArmed(Host& host)
+void FreeArmed(Host& host, int times)
 {
     host.StartAndWait();
     host.stage->Press();
     host.stage->launches.WaitFor(1);
     host.service.reset();
-    for (int n = 0; n < 3; ++n)
+    for (int n = 0; n < times; ++n)
     {
-        FreeLibrary(host.library); // more often than it was loaded
+        FreeLibrary(host.library);
     }
     Say(GetModuleHandleW(ModuleName) != nullptr ? "still loaded" : "unloaded");
     host.stage->Press();
@@ -156,12 +161,23 @@ void UnloadArmed(Host& host)
     Say("the key still works");
 }
 
+void UnloadArmed(Host& host)
+{
+    FreeArmed(host, 8); // more often than it was loaded, and than it has threads
+}
+
+void UnloadUnpinned(Host& host)
+{
+    host.stage->Redirect("GetModuleHandleExW", Stage::NoPin);
+    FreeArmed(host, 1);
+}
+
 void UnloadUnstarted(Host& host)
 {
     host.Unload();
 }
 
-void UnloadUnpinned(Host& host)
+void UnloadUnkept(Host& host)
 {
     host.stage->Redirect("GetModuleHandleExW", Stage::NoModuleHandle);
     host.Start();
@@ -256,6 +272,7 @@ constexpr Scenario Scenarios[] = {
     {"return-armed", ReturnArmed},
     {"unload-armed", UnloadArmed},
     {"unload-unstarted", UnloadUnstarted},
+    {"unload-unkept", UnloadUnkept},
     {"unload-unpinned", UnloadUnpinned},
     {"unload-without-threads", UnloadWithoutThreads},
     {"return-in-callback", ReturnInCallback},

@@ -29,14 +29,19 @@ TEST(Lifecycle, AModuleThatWasNotStartedIsUnloaded)
     EXPECT_EQ(Probe(L"unload-unstarted"), "unloaded\nthe end\n");
 }
 
-TEST(Lifecycle, AModuleThatCouldNotBePinnedHasNoThreadsAndIsUnloaded)
+TEST(Lifecycle, AModuleThatCouldNotBeKeptLoadedHasNoThreadsAndIsUnloaded)
 {
-    EXPECT_EQ(Probe(L"unload-unpinned"), "unloaded\nthe end\n");
+    EXPECT_EQ(Probe(L"unload-unkept"), "unloaded\nthe end\n");
 }
 
-TEST(Lifecycle, AModuleWhoseThreadsCouldNotStartStaysLoaded)
+TEST(Lifecycle, AModuleThatCouldNotBePinnedKeepsAReferenceForItsThreads)
 {
-    EXPECT_EQ(Probe(L"unload-without-threads"), "still loaded\nthe end\n");
+    EXPECT_EQ(Probe(L"unload-unpinned"), "still loaded\nthe key still works\nthe end\n");
+}
+
+TEST(Lifecycle, AModuleWhoseThreadsCouldNotStartIsUnloaded)
+{
+    EXPECT_EQ(Probe(L"unload-without-threads"), "unloaded\nthe end\n");
 }
 
 TEST(Lifecycle, TheProcessEndsWhileTheListenersWait)

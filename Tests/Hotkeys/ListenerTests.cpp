@@ -122,17 +122,20 @@ TEST_F(HotkeyListener, AnUnsupportedAppIsTriedAgainByTheNextStart)
 
 TEST_F(HotkeyListener, AThreadThatCannotStartIsLoggedAndTheNextOneStarts)
 {
+    calls->Watch<"FreeLibrary", decltype(FreeLibrary)>(Traced::No);
     Fail("_beginthreadex", Fault::Nth(1, 0));
     Fail("_beginthreadex", Fault::Nth(3, 0));
 
     StartAndWait(3);
+
+    EXPECT_EQ(plan.Calls("FreeLibrary"), 2) << "the reference for each thread that did not start";
 
     EXPECT_THAT(transcript.Of({L"Info hot", L"Error"}),
                 ElementsAre(LumashadeRuns, ListenerFailed, ChimeboxRuns, ListenerFailed));
     EXPECT_EQ(Threads(), 3u);
 }
 
-TEST_F(HotkeyListener, NoThreadStartsInAModuleThatCannotBePinned)
+TEST_F(HotkeyListener, NoThreadStartsInAModuleThatCannotBeKeptLoaded)
 {
     calls->Watch<"GetModuleHandleExW", decltype(GetModuleHandleExW)>(Traced::No);
     Fail("GetModuleHandleExW", Fault::Every(FALSE, ERROR_INVALID_PARAMETER));
@@ -146,29 +149,25 @@ TEST_F(HotkeyListener, NoThreadStartsInAModuleThatCannotBePinned)
     EXPECT_EQ(plan.Calls("_beginthreadex"), 0);
 }
 
-TEST_F(HotkeyListener, TheModuleIsPinnedByAnAddressOfItsOwnBeforeItsThreadsStart)
+TEST_F(HotkeyListener, AReferenceByAnAddressOfItsOwnKeepsTheModuleUntilAThreadRunsAndItIsPinned)
 {
     std::vector<std::wstring> order;
-    calls->Replace<"GetModuleHandleExW", decltype(GetModuleHandleExW)>([&](DWORD flags, const wchar_t* address,
-                                                                           HMODULE* result) -> BOOL {
-        EXPECT_EQ(flags, static_cast<DWORD>(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS));
-        HMODULE holder = nullptr;
-        EXPECT_NE(
-            GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                               address, &holder),
-            FALSE);
-        EXPECT_EQ(holder, module.Handle());
-        order.emplace_back(L"pinned");
-        *result = holder;
-        return TRUE;
-    });
+    calls->Replace<"GetModuleHandleExW", decltype(GetModuleHandleExW)>(
+        [&](DWORD flags, const wchar_t* address, HMODULE* result) -> BOOL {
+            EXPECT_NE(flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, 0u);
+            const BOOL found = GetModuleHandleExW(
+                GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, address, result);
+            EXPECT_EQ(*result, module.Handle());
+            order.emplace_back((flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0 ? L"pinned" : L"referenced");
+            return found;
+        });
     plan.Before("_beginthreadex", [&](int) { order.emplace_back(L"started"); });
 
     StartAndWait(5);
 
-    ASSERT_EQ(order.size(), 10u);
-    EXPECT_EQ(order[0], L"pinned");
-    EXPECT_EQ(order[1], L"started");
+    ASSERT_EQ(order.size(), 15u);
+    order.resize(3);
+    EXPECT_THAT(order, ElementsAre(L"referenced", L"started", L"pinned"));
 }
 
 TEST_F(HotkeyListener, ASubscriptionThatFailsEndsItsThread)

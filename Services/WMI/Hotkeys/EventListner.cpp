@@ -38,9 +38,10 @@ void EventListner::SetupListner(int id, ProgressCallback callback) noexcept
         eventId = id;
         contextName = CopyClientId((L"APP_" + name + L"_LAUNCHER").c_str());
         context = OpenPrivateSession(contextName.get());
-        Shared::PinModule();
+        Shared::ModuleReference loaded;
         Shared::StartDetachedThread(
             [this, appName = name, callback = std::move(callback)] { ListenForEvents(appName, callback); });
+        loaded.Pin();
     }
     catch (...)
     {
