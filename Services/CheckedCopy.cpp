@@ -10,13 +10,18 @@ namespace Zv::Tessel::Server::Services
 
 void CheckedCopy(wchar_t* buffer, std::size_t size, const wchar_t* text) noexcept
 {
-    // Where the run time does not end the process by itself (msvcrt.dll), and no handler of the host's has decided that
-    // it goes on.
-    if (wcscpy_s(buffer, size, text) != 0 && _get_invalid_parameter_handler() == nullptr)
+#if defined(_MSC_VER)
+    // Windows' C run time, which the host shares: it has ended the process, or a handler of the host's has decided
+    // that it goes on.
+    static_cast<void>(wcscpy_s(buffer, size, text));
+#else
+    // msvcrt.dll returns an error, and the module cannot ask for the host's handler.
+    if (wcscpy_s(buffer, size, text) != 0)
     {
         constexpr UINT invalidCRuntimeParameter = 0xC0000417; // STATUS_INVALID_CRUNTIME_PARAMETER, ntstatus.h
         TerminateProcess(GetCurrentProcess(), invalidCRuntimeParameter);
     }
+#endif
 }
 
 std::unique_ptr<wchar_t[]> CopyClientId(const wchar_t* clientId)

@@ -4,6 +4,9 @@
 #include "Services/WMI/WMIServiceContext.h"
 #include "Tests/Support/ModuleTest.h"
 
+#include <cstdint>
+#include <cstdlib>
+
 namespace
 {
 
@@ -201,6 +204,24 @@ TEST_F(SessionsDeathTest, WithAClientIdOf65CharactersEndTheProcess)
     std::wstring id(65, L'x');
     EXPECT_EXIT(CallSlot<int>(service->Get(), 1, id.data(), &handle),
                 ::testing::ExitedWithCode(static_cast<int>(InvalidParameter)), "");
+}
+
+TEST_F(SessionsDeathTest, GoOnWithoutAnIdWhenAHandlerOfTheHostsReturnsIfTheModuleSharesItsRunTime)
+{
+#if defined(_MSC_VER)
+    constexpr int ends = 0;
+#else
+    constexpr int ends = static_cast<int>(InvalidParameter);
+#endif
+    const auto goOn = [](const wchar_t*, const wchar_t*, const wchar_t*, unsigned int, std::uintptr_t) {};
+    std::wstring id(65, L'x');
+    const auto run = [&] {
+        _set_invalid_parameter_handler(goOn);
+        void* handle = nullptr;
+        CallSlot<int>(service->Get(), 1, id.data(), &handle);
+        std::_Exit(handle != nullptr ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(ends), "");
 }
 
 } // namespace
