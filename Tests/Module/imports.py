@@ -2,7 +2,8 @@
 record of what Windows exports, or in documented-imports.txt with the page that says which DLL exports it.
 
 usage: imports.py COMPILER NM DLLTOOL IMPORT-LIBRARY-OF-OURS... IMAGE...
-Running the images proves nothing here: Wine loads one whatever it imports, and Windows does not."""
+Running the images proves nothing here: Wine loads one whatever it imports, and Windows does not. What wmihost imports with
+a delay is the module's, by the list of its exports, and in no directory of an image that GNU ld has linked."""
 import functools
 import pathlib
 import struct
@@ -13,7 +14,7 @@ DOCUMENTED = pathlib.Path(__file__).parent / "documented-imports.txt"
 
 
 def imports(image):
-    """(DLL in lower case, function) of each import of a 64-bit image, delayed ones included."""
+    """(DLL in lower case, function) of each import of a 64-bit image."""
     data = image.read_bytes()
     word = lambda at: struct.unpack_from("<I", data, at)[0]
     pe = word(0x3C)
@@ -27,15 +28,13 @@ def imports(image):
         at = offset(rva)
         return data[at:data.index(b"\0", at)].decode()
 
-    # Directory, size of a descriptor, where in it the DLL's name and the table of the functions' names are.
-    for directory, size, name, names in ((1, 20, 12, 0), (13, 32, 4, 16)):
-        rva = word(pe + 24 + 112 + 8 * directory)
-        while rva and word((descriptor := offset(rva)) + name):
-            at = offset(word(descriptor + names))
-            while (thunk := struct.unpack_from("<Q", data, at)[0]) != 0:
-                yield text(word(descriptor + name)).lower(), f"#{thunk & 0xffff}" if thunk >> 63 else text(thunk + 2)
-                at += 8
-            rva += size
+    descriptor = offset(word(pe + 24 + 112 + 8))  # the second directory
+    while names := word(descriptor):
+        at = offset(names)
+        while (thunk := struct.unpack_from("<Q", data, at)[0]) != 0:
+            yield text(word(descriptor + 12)).lower(), f"#{thunk & 0xffff}" if thunk >> 63 else text(thunk + 2)
+            at += 8
+        descriptor += 20
 
 
 def output(*command):
