@@ -11,12 +11,19 @@ target_sources(WMIServiceInterface INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJEC
   ${PROJECT_SOURCE_DIR}/Services/ZVService.h)
 set_target_properties(WMIServiceInterface PROPERTIES EXPORT_NAME Interface)
 
+if(TARGET Logging)
+  target_sources(WMIServiceInterface INTERFACE FILE_SET HEADERS FILES
+    ${PROJECT_SOURCE_DIR}/Logging/Logging.h ${PROJECT_SOURCE_DIR}/Logging/Sinks.h)
+  install(FILES $<TARGET_LINKER_FILE:Logging> DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  set(logging_import_library ${CMAKE_IMPORT_LIBRARY_PREFIX}Logging${CMAKE_IMPORT_LIBRARY_SUFFIX})
+endif()
 install(TARGETS WMIServiceInterface EXPORT WMIServiceTargets
         FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/WMIService)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/WMIService)
 install(EXPORT WMIServiceTargets NAMESPACE WMIService:: DESTINATION ${package_folder})
 
-# Hosts load the module and do not link to it: no import library is installed. Debuggers find symbols beside a binary.
+# Hosts load the module and do not link to it: no import library of it is installed. Debuggers find symbols beside a
+# binary.
 set(binaries WMIService)
 foreach(target Logging wmihost)
   if(TARGET ${target})
@@ -39,11 +46,14 @@ if(TARGET wmihost)
 endif()
 
 configure_package_config_file(cmake/WMIServiceConfig.cmake.in ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake
-  INSTALL_DESTINATION ${package_folder} PATH_VARS CMAKE_INSTALL_BINDIR)
+  INSTALL_DESTINATION ${package_folder} PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/WMIServiceConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/WMIServiceConfig.cmake ${PROJECT_BINARY_DIR}/WMIServiceConfigVersion.cmake
         DESTINATION ${package_folder})
-install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# The release shows itself.
+install(PROGRAMS scripts/release-demo.sh DESTINATION scripts RENAME demo.sh)
+install(PROGRAMS scripts/wine-run.sh DESTINATION scripts)
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY LICENSES docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_GENERATOR ZIP)

@@ -50,9 +50,9 @@ def spdx_id(kind, name):
 
 
 def file_type(name):
-    if name.endswith((".dll", ".exe", ".debug", ".pdb")):
+    if name.endswith((".dll", ".exe", ".debug", ".pdb", ".a", ".lib")):
         return "BINARY"
-    if name.endswith((".h", ".cmake", ".bash", ".ps1")):
+    if name.endswith((".h", ".cmake", ".bash", ".ps1", ".sh")):
         return "SOURCE"
     return "DOCUMENTATION" if "/doc/" in name else "TEXT"
 
@@ -173,7 +173,7 @@ def pack(stage, archive, epoch):
         for name in files_in(stage):
             entry = zipfile.ZipInfo(f"{stage.name}/{name}", when)
             entry.create_system = 3  # so that the permissions count
-            entry.external_attr = (0o100755 if name.endswith((".dll", ".exe")) else 0o100644) << 16
+            entry.external_attr = (0o100755 if name.endswith((".dll", ".exe", ".sh")) else 0o100644) << 16
             packed.writestr(entry, (stage / name).read_bytes(), zipfile.ZIP_DEFLATED)
 
 

@@ -3,6 +3,10 @@
 # Fails when an act does not end as it should.
 #   usage: demo.sh [FOLDER]      FOLDER: an unpacked release, whose program and machines are shown
 set -euo pipefail
+if [[ ${1:-} == --help ]]; then
+    sed -n '2,/usage/s/^# //p' "${BASH_SOURCE[0]}"
+    exit
+fi
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 

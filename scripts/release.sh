@@ -19,7 +19,7 @@ python3 -m zipfile -e "$archive" "$elsewhere"
 release=$elsewhere/$(basename "$archive" .zip)
 (cd "$release" && sha256sum --check --quiet SHA256SUMS)
 
-scripts/demo.sh "$release"
+bash "$release/scripts/demo.sh" # unpacked like that, nothing is executable
 
 cmake -DPREFIX="$release" -DWORK="$elsewhere/host" -DSOURCE="$PWD/Tests/Package" -DCONFIG=Release -DGENERATOR=Ninja \
     -DCOMPILER=x86_64-w64-mingw32-g++-posix -DEMULATOR="$PWD/scripts/wine-run.sh" \

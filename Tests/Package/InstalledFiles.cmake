@@ -3,6 +3,11 @@
 include(${CMAKE_CURRENT_LIST_DIR}/Step.cmake)
 
 file(STRINGS ${SOURCE}/Files.txt expected)
+if(EMULATOR)
+  list(APPEND expected lib/Logging.dll.a)
+else()
+  list(APPEND expected lib/Logging.lib)
+endif()
 foreach(binary bin/Logging.dll bin/WMIService.dll bin/wmihost.exe)
   if(EMULATOR)
     list(APPEND expected ${binary}.debug)
