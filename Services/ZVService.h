@@ -82,7 +82,8 @@ public:
     //   callback       called on this thread, before the call returns, by functions 4 (each event) and 256 (each
     //                  instance); the call destroys it
     //   configuration  passed through, not read
-    // Nothing is thrown out of it.
+    // Nothing is thrown out of it, but for what the callback of a host throws that another compiler than the module's
+    // built, where the module is Visual Studio's: such a callback must not throw.
     virtual int ExecuteCommand(void* session, unsigned int function, wchar_t* request, wchar_t** response,
                                ProgressCallbackArgument callback, RequestConfiguration* configuration) = 0;
 
