@@ -15,11 +15,13 @@ if(NOT EXISTS ${suites_file} OR ${executable} IS_NEWER_THAN ${suites_file} OR
   string(REGEX REPLACE "[ \t]*#[^\n]*" "" listing "${listing}") # the values of parameters
   string(REGEX MATCHALL "(^|\n)[A-Za-z0-9_/]+\\." suites "${listing}")
   set(content "")
+  set(runner ${emulator})
+  list(TRANSFORM runner REPLACE "(.+)" "[==[\\1]==]") # its folder may have a blank
   foreach(suite ${suites})
     string(STRIP "${suite}" suite) # ends with the dot
     string(REGEX REPLACE "\\.$" "" name "${suite}")
     string(APPEND content
-      "add_test([==[${program}:${name}]==] ${emulator} [==[${executable}]==] [==[--gtest_filter=${suite}*]==])\n"
+      "add_test([==[${program}:${name}]==] ${runner} [==[${executable}]==] [==[--gtest_filter=${suite}*]==])\n"
       "set_tests_properties([==[${program}:${name}]==] PROPERTIES TIMEOUT ${timeout} LABELS ${program}"
       " FAIL_REGULAR_EXPRESSION [==[${crash}]==])\n")
   endforeach()
