@@ -17,7 +17,7 @@ ExitCode RunApplication(const std::vector<std::string>& arguments) noexcept
         Console console;
         try
         {
-            CommandLine line{MakeCommands()};
+            CommandLine line{MakeCommands};
             return RunCommandLine(line, arguments, console);
         }
         catch (const Failure& failure) // standard output is gone

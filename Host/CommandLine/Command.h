@@ -1,13 +1,12 @@
 // A subcommand of wmihost.
 #pragma once
 
+#include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/Environment.h"
 #include "Host/Text/ExitCode.h"
-
 #include "Host/Text/OutputFormat.h"
 
-#include <CLI/App.hpp>
-
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,46 +14,31 @@
 namespace Zv::Host
 {
 
-// What --help says below the options.
-struct HelpText
+struct CommandInfo
 {
-    const char* details;
-    const char* examples; // one per line, at least two
+    const char* name = nullptr;
+    const char* summary = nullptr;
+    const char* details = nullptr;                                             // what --help says below the options
+    const char* examples = nullptr;                                            // one per line, at least two
+    std::vector<OutputFormat> formats{OutputFormat::Text, OutputFormat::Json}; // Run is called with one of these only
+    const char* alias = "";
+    bool isHidden = false;     // nobody is meant to type it: --help and error lines leave it out
+    bool runsLines = false;    // it runs other command lines, each of which has a time-out and a Ctrl-C of its own
+    bool takesSecrets = false; // any argument may be a password, so that none may be shown
+    const char* whyNotInShell = nullptr; // why it cannot share a process and a session with other command lines
 };
 
-// Made once, before the arguments are parsed; Run is called when the subcommand was chosen.
+// Made once, before the arguments are parsed; Run is called when the subcommand was chosen. The constructor of each
+// declares what it takes; the values are members of the subcommand.
 class Command
 {
 public:
-    Command() = default;
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
     virtual ~Command() = default;
 
-    [[nodiscard]] virtual const char* Name() const noexcept = 0;
-    [[nodiscard]] virtual const char* Description() const noexcept = 0;
-    [[nodiscard]] virtual HelpText Help() const noexcept = 0;
-
-    // Run is called with one of these only.
-    [[nodiscard]] virtual std::vector<OutputFormat> Formats() const { return {OutputFormat::Text, OutputFormat::Json}; }
-
-    // True where nobody is meant to type it: --help and error lines leave it out.
-    [[nodiscard]] virtual bool IsHidden() const noexcept { return false; }
-
-    // True when it runs other command lines, each of which has a time-out and a Ctrl-C of its own.
-    [[nodiscard]] virtual bool RunsLines() const noexcept { return false; }
-
-    // Why it cannot share a process and a session with other command lines; null when it can.
-    [[nodiscard]] virtual const char* WhyNotInShell() const noexcept { return nullptr; }
-
-    // What Tab offers for the argument of this name, besides what its declaration says.
-    [[nodiscard]] virtual std::vector<std::string> ValuesOf(const std::string& /*argument*/) const { return {}; }
-
-    // True when any argument may be a password, so that none may be shown.
-    [[nodiscard]] virtual bool TakesSecrets() const noexcept { return false; }
-
-    // Declares arguments and options; their values are members of the subcommand.
-    virtual void Declare(CLI::App& parser) = 0;
+    [[nodiscard]] const CommandInfo& Info() const noexcept { return m_info; }
+    [[nodiscard]] const Arguments& Takes() const noexcept { return m_arguments; }
 
     // The arguments of another subcommand that is to run in the place of this one, with options that it has changed;
     // nothing for one that runs itself. Throws Failure(BadInput).
@@ -62,6 +46,16 @@ public:
 
     // Throws Failure, or CommandFailure for a result code; returns an exit code where it has reported the failure.
     [[nodiscard]] virtual ExitCode Run(Environment& environment) = 0;
+
+protected:
+    explicit Command(CommandInfo info) : m_info{std::move(info)} {}
+
+    Arguments m_arguments;
+
+private:
+    const CommandInfo m_info;
 };
+
+using Commands = std::vector<std::unique_ptr<Command>>;
 
 } // namespace Zv::Host

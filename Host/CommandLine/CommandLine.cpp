@@ -1,9 +1,11 @@
 #include "Host/CommandLine/CommandLine.h"
 
+#include "Host/CommandLine/Parser.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Numbers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Zv::Host
@@ -25,190 +27,159 @@ constexpr char Examples[] = R"(Examples:
 
 )";
 
-Logging::Level ParseLevel(const std::string& name)
+Logging::Level LevelFrom(const std::string& text)
 {
-    if (name == "info")
-    {
-        return Logging::Level::Info;
-    }
-    if (name == "warning")
-    {
-        return Logging::Level::Warning;
-    }
-    if (name == "error")
-    {
-        return Logging::Level::Error;
-    }
-    throw CLI::ValidationError{"--log", "must be info, warning or error, not \"" + name + "\""};
+    using Logging::Level;
+    return ChoiceFrom<Level>(text, {{"info", Level::Info}, {"warning", Level::Warning}, {"error", Level::Error}});
 }
 
-ColorChoice ParseColor(const std::string& name)
+ColorChoice ColorFrom(const std::string& text)
 {
-    if (name == "auto")
-    {
-        return ColorChoice::Auto;
-    }
-    if (name == "always")
-    {
-        return ColorChoice::Always;
-    }
-    if (name == "never")
-    {
-        return ColorChoice::Never;
-    }
-    throw CLI::ValidationError{"--color", "must be auto, always or never, not \"" + name + "\""};
+    return ChoiceFrom<ColorChoice>(
+        text, {{"auto", ColorChoice::Auto}, {"always", ColorChoice::Always}, {"never", ColorChoice::Never}});
 }
 
 // What every subcommand's --help ends with.
-std::string FooterOf(const Command& command)
+std::string FooterOf(const CommandInfo& info)
 {
-    std::string examples = std::string{"\n"} + command.Help().examples;
+    std::string examples = std::string{"\n"} + info.examples;
     for (std::size_t end = 0; (end = examples.find('\n', end)) != std::string::npos; end += 3)
     {
         examples.insert(end + 1, "  ");
     }
-    return std::string{command.Help().details} + "\n\nOutput: " + ListOf(command.Formats()) +
+    return std::string{info.details} + "\n\nOutput: " + ListOf(info.formats) +
            "; wmihost --help has the options of all subcommands\n\nExamples:" + examples;
+}
+
+Syntax SyntaxOf(const Command& command)
+{
+    const CommandInfo& info = command.Info();
+    return {info.name, info.alias, info.summary, FooterOf(info), &command.Takes(), info.isHidden};
+}
+
+std::string BadLine(const std::string& program, const std::string& what)
+{
+    return program + ": " + what + "; see " + program + " --help";
 }
 
 } // namespace
 
-CommandLine::CommandLine(std::vector<std::unique_ptr<Command>> commands, GlobalOptions options)
-    : m_app{Description},
-      m_options{std::move(options)},
-      m_commands{std::move(commands)}
+CommandLine::CommandLine(std::function<Commands()> makeCommands, GlobalOptions options)
+    : m_makeCommands{std::move(makeCommands)},
+      m_commands{m_makeCommands()},
+      m_options{std::move(options)}
 {
-    m_app.name("wmihost");
-    m_app.require_subcommand(0, 1);           // UsageError says it better
-    m_app.fallthrough();                      // global options may follow the subcommand
-    m_app.allow_windows_style_options(false); // "/x" is text, not an option
-    m_app.footer(std::string{Examples} + ExitCodeHelp);
     DeclareFormats();
     DeclareOptions();
-    for (const std::unique_ptr<Command>& command : m_commands)
-    {
-        CLI::App* const parser = m_app.add_subcommand(command->Name(), command->Description());
-        command->Declare(*parser);
-        parser->footer(FooterOf(*command));
-        if (command->IsHidden())
-        {
-            parser->group("");
-        }
-        parser->callback([this, chosen = command.get()] { m_chosen = chosen; });
-    }
 }
 
 void CommandLine::DeclareFormats()
 {
-    const auto declare = [this](OutputFormat format, const std::string& description) {
-        return m_app.add_flag_callback(NameOf(format), [this, format] { m_options.format = format; }, description);
-    };
-    CLI::Option* const json = declare(OutputFormat::Json, "Print JSON, for programs; errors too");
-    CLI::Option* const lines =
-        declare(OutputFormat::JsonLines, "Print one JSON object per line, each as it comes; errors too");
-    CLI::Option* const csv = declare(OutputFormat::Csv, "Print a list as comma-separated values (RFC 4180)");
-    json->excludes(lines)->excludes(csv);
-    lines->excludes(csv);
+    const std::string json = NameOf(OutputFormat::Json);
+    const std::string lines = NameOf(OutputFormat::JsonLines);
+    const std::string csv = NameOf(OutputFormat::Csv);
+    m_arguments.Flag(json, m_json, "Print JSON, for programs; errors too").Excludes({lines, csv});
+    m_arguments.Flag(lines, m_jsonLines, "Print one JSON object per line, each as it comes; errors too")
+        .Excludes({csv});
+    m_arguments.Flag(csv, m_csv, "Print a list as comma-separated values (RFC 4180)");
 }
 
 void CommandLine::DeclareOptions()
 {
-    m_app
-        .add_option_function<std::string>(
-            "--color", [this](const std::string& name) { m_options.color = ParseColor(name); },
-            "Colours: auto (the default) has them in a terminal, unless NO_COLOR is set or TERM is dumb")
-        ->type_name("auto|always|never");
-    m_app
-        .add_option_function<std::string>(
-            "--log", [this](const std::string& name) { m_options.log = ParseLevel(name); },
-            "Show the module's log lines of this level and above, on standard error")
-        ->type_name("info|warning|error");
-    m_app.add_option("--module", m_options.modulePath, "The module to load (default: WMIService.dll beside wmihost)")
-        ->type_name("PATH");
-    m_app.add_option("--simulate", m_options.simulateFile, "Work on the simulated machine that this file describes")
-        ->type_name("FILE");
-    m_app.add_flag("--time", m_options.time, "Show what each leg of the command took, on standard error");
-    AddSeconds(m_app, "--timeout", m_options.timeout,
-               "Give up after so long, whatever is under way (the module itself waits without limit)");
+    m_arguments
+        .Option("--color", {m_options.color, ColorFrom},
+                "Colours: auto (the default) has them in a terminal, unless NO_COLOR is set or TERM is dumb")
+        .Type("auto|always|never");
+    m_arguments
+        .Option("--log", {m_options.log, LevelFrom},
+                "Show the module's log lines of this level and above, on standard error")
+        .Type("info|warning|error");
+    m_arguments.Option("--module", m_options.modulePath, "The module to load (default: WMIService.dll beside wmihost)")
+        .Type("PATH");
+    m_arguments.Option("--simulate", m_options.simulateFile, "Work on the simulated machine that this file describes")
+        .Type("FILE");
+    m_arguments.Flag("--time", m_options.time, "Show what each leg of the command took, on standard error");
+    m_arguments
+        .Option("--timeout", {m_options.timeout, SecondsFrom},
+                "Give up after so long, whatever is under way (the module itself waits without limit)")
+        .Type("SECONDS");
 }
 
-Command& CommandLine::Parse(const std::vector<std::string>& arguments)
+Command* CommandLine::Parse(const std::vector<std::string>& words)
 {
-    try
+    std::vector<Syntax> commands;
+    std::ranges::transform(m_commands, std::back_inserter(commands),
+                           [](const auto& command) { return SyntaxOf(*command); });
+    Reading reading = ReadCommandLine(
+        {"wmihost", "", Description, std::string{Examples} + ExitCodeHelp, &m_arguments, false}, commands, words);
+    TakeFormat();
+    if (reading.help)
     {
-        m_app.parse(std::vector<std::string>{arguments.rbegin(), arguments.rend()}); // CLI11 takes the last one first
-        if (m_chosen == nullptr)
-        {
-            throw CLI::RequiredError{"a subcommand is missing", CLI::ExitCodes::RequiredError};
-        }
+        m_help = *std::move(reading.help);
+        return nullptr;
     }
-    catch (const CLI::Success&)
+    Command* const command = FindCommand(reading.command);
+    const std::string program = command == nullptr ? "wmihost" : "wmihost " + reading.command;
+    if (!reading.mistake && command == nullptr)
     {
-        throw;
+        reading.mistake = Mistake{.text = "a subcommand is missing"};
     }
-    catch (const CLI::ParseError& error)
+    if (reading.mistake)
     {
-        throw Failure{ExitCode::BadInput, UsageError(error)};
+        throw Failure{ExitCode::BadInput, UsageError(program, command, *reading.mistake)};
     }
-    CheckFormat();
-    return *m_chosen;
+    CheckFormat(program, *command);
+    return command;
 }
 
-void CommandLine::CheckFormat() const
+// A mistake elsewhere is reported in the format, too.
+void CommandLine::TakeFormat()
 {
-    const std::vector<OutputFormat> formats = m_chosen->Formats();
+    for (const auto& [isGiven, format] :
+         {std::pair{m_json, OutputFormat::Json}, {m_jsonLines, OutputFormat::JsonLines}, {m_csv, OutputFormat::Csv}})
+    {
+        m_options.format = isGiven ? format : m_options.format;
+    }
+}
+
+void CommandLine::CheckFormat(const std::string& program, const Command& command) const
+{
+    const std::vector<OutputFormat>& formats = command.Info().formats;
     if (std::ranges::find(formats, m_options.format) == formats.end())
     {
-        const std::string program = ProgramAndCommand();
-        throw Failure{ExitCode::BadInput, program + ": its output is " + ListOf(formats) + ", not " +
-                                              NameOf(m_options.format) + "; see " + program + " --help"};
+        throw Failure{ExitCode::BadInput,
+                      BadLine(program, "its output is " + ListOf(formats) + ", not " + NameOf(m_options.format))};
     }
 }
 
-std::string CommandLine::UsageError(const CLI::ParseError& error) const
+std::string CommandLine::UsageError(const std::string& program, const Command* command, const Mistake& mistake) const
 {
-    const std::vector<std::string> left = m_app.remaining();
-    if (m_app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
+    const std::string left = mistake.firstLeft.value_or("");
+    const bool leftIsOption = left.starts_with('-');
+    if (command == nullptr && mistake.firstLeft && !leftIsOption)
     {
         std::string names;
         for (const std::string& name : CommandNames())
         {
             names += (names.empty() ? " " : ", ") + name;
         }
-        return "there is no subcommand \"" + left.front() + "\", only" + names + "; see wmihost --help";
+        return "there is no subcommand \"" + left + "\", only" + names + "; see wmihost --help";
     }
-    const std::string program = ProgramAndCommand();
-    return program + ": " + Mistake(error) + "; see " + program + " --help";
-}
-
-// The library's words, unless they would show a text that may be a password.
-std::string CommandLine::Mistake(const CLI::ParseError& error) const
-{
-    const bool isSecret = std::ranges::any_of(m_commands, [this](const auto& command) {
-        return command->TakesSecrets() && m_app.got_subcommand(command->Name());
-    });
-    if (isSecret && dynamic_cast<const CLI::ConversionError*>(&error) != nullptr)
+    // The library's words, unless they would show a text that may be a password.
+    const bool isSecret = command != nullptr && command->Info().takesSecrets;
+    if (isSecret && mistake.kind == Mistake::Kind::NotConvertible)
     {
-        return "a flag takes no value";
+        return BadLine(program, "a flag takes no value");
     }
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr)
+    if (mistake.kind != Mistake::Kind::Unexpected)
     {
-        return error.what();
+        return BadLine(program, mistake.text);
     }
     // Only the first, and of an option its name: what follows may belong to it.
-    const std::vector<std::string> left = m_app.remaining(true);
-    const std::string first = left.empty() ? "" : left.front();
-    const bool isOption = first.starts_with('-');
-    return isSecret && !isOption
-               ? "an argument was not expected; it is not shown, since it may be a password"
-               : "The following argument was not expected: " + (isOption ? first.substr(0, first.find('=')) : first);
-}
-
-// "wmihost get" once a subcommand has been recognised.
-std::string CommandLine::ProgramAndCommand() const
-{
-    const std::vector<CLI::App*> parsed = m_app.get_subcommands();
-    return parsed.empty() ? "wmihost" : "wmihost " + parsed.front()->get_name();
+    return BadLine(program, isSecret && !leftIsOption
+                                ? "an argument was not expected; it is not shown, since it may be a password"
+                                : "The following argument was not expected: " +
+                                      (leftIsOption ? left.substr(0, left.find('=')) : left));
 }
 
 std::vector<std::string> CommandLine::CommandNames() const
@@ -216,27 +187,21 @@ std::vector<std::string> CommandLine::CommandNames() const
     std::vector<std::string> names;
     for (const std::unique_ptr<Command>& command : m_commands)
     {
-        if (!command->IsHidden())
+        if (!command->Info().isHidden)
         {
-            names.emplace_back(command->Name());
+            names.emplace_back(command->Info().name);
         }
     }
     return names;
 }
 
-const Command* CommandLine::FindCommand(const std::string& name) const noexcept
+Command* CommandLine::FindCommand(const std::string& name) const noexcept
 {
-    const auto found = std::ranges::find_if(m_commands, [&](const auto& command) { return command->Name() == name; });
+    const auto found = std::ranges::find_if(m_commands, [&](const auto& command) {
+        const CommandInfo& info = command->Info();
+        return !name.empty() && (name == info.name || name == info.alias);
+    });
     return found == m_commands.end() ? nullptr : found->get();
-}
-
-void CommandLine::Refuse(const std::string& option, const std::string& why)
-{
-    // Thrown, since the library does not name an option that --help leaves out.
-    const auto refuse = [=](const std::string&) -> std::string {
-        throw CLI::ParseError{option + ": " + why, CLI::ExitCodes::ValidationError};
-    };
-    m_app.get_option(option)->check(refuse)->group("");
 }
 
 } // namespace Zv::Host

@@ -1,6 +1,5 @@
 #include "Host/CommandLine/RunCommandLine.h"
 
-#include "Host/Commands/CommandTable.h"
 #include "Host/Explain/ResultCodes.h"
 #include "Host/Terminal/Interruption.h"
 #include "Host/Text/Json.h"
@@ -124,19 +123,24 @@ ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& argum
     ExitCode code = ExitCode::Success;
     try
     {
-        Command& command = line.Parse(arguments);
+        Command* const chosen = line.Parse(arguments);
+        if (chosen == nullptr)
+        {
+            console.Write(line.Help());
+            return ExitCode::Success;
+        }
+        Command& command = *chosen;
         GlobalOptions changed = options;
         if (const auto another = command.Another(changed); another && isAlone)
         {
-            CommandLine inItsPlace{MakeCommands(), changed};
-            return RunCommandLine(inItsPlace, *another, console);
+            return RunCommandLine(*line.With(changed), *another, console);
         }
         if (isAlone)
         {
             console.UseColor(options.color);
         }
         const TraceScope trace{isAlone ? options.trace : std::nullopt, console};
-        const bool runsLines = command.RunsLines();
+        const bool runsLines = command.Info().runsLines;
         const Interruption interruption{runsLines ? std::nullopt : options.timeout,
                                         [&](const Failure& failure) {
                                             static_cast<void>(trace.Ends());
@@ -159,14 +163,9 @@ ExitCode RunCommandLine(CommandLine& line, const std::vector<std::string>& argum
         }
         if (code != ExitCode::Success && !context.place.empty())
         {
-            console.WriteErrorLine(context.place + command.Name() + " ended with exit code " +
+            console.WriteErrorLine(context.place + command.Info().name + " ended with exit code " +
                                    std::to_string(static_cast<int>(code)));
         }
-    }
-    catch (const CLI::Success&)
-    {
-        console.Write(line.Help());
-        return ExitCode::Success;
     }
     catch (const Failure& failure)
     {

@@ -2,6 +2,8 @@
 
 #include "Host/Text/Numbers.h"
 
+#include <stdexcept>
+
 namespace Zv::Host
 {
 
@@ -13,10 +15,14 @@ std::optional<FirmwareEvent> ParseEvent(std::string_view text) noexcept
     return id && data ? std::optional{FirmwareEvent{*id, *data}} : std::nullopt;
 }
 
-std::string CheckEvent(const std::string& text)
+FirmwareEvent EventFrom(const std::string& text)
 {
-    return ParseEvent(text) ? std::string{}
-                            : '"' + text + "\" is neither ID nor ID:DATA, each " + std::string{SignedRange};
+    const std::optional<FirmwareEvent> event = ParseEvent(text);
+    if (!event)
+    {
+        throw std::invalid_argument{'"' + text + "\" is neither ID nor ID:DATA, each " + SignedRange};
+    }
+    return *event;
 }
 
 } // namespace Zv::Host

@@ -20,7 +20,7 @@ struct FirmwareEvent
 // ID or ID:DATA, each as ParseSigned takes it.
 [[nodiscard]] std::optional<FirmwareEvent> ParseEvent(std::string_view text) noexcept;
 
-// For options and arguments: what is wrong with the text; empty when nothing is.
-[[nodiscard]] std::string CheckEvent(const std::string& text);
+// For options and arguments: throws std::invalid_argument.
+[[nodiscard]] FirmwareEvent EventFrom(const std::string& text);
 
 } // namespace Zv::Host

@@ -32,12 +32,12 @@ std::string ReadPassword(const Environment& environment)
 
 } // namespace
 
-void PasswordOption::Declare(CLI::App& parser)
+void PasswordOption::Declare(Arguments& arguments)
 {
-    parser
-        .add_option("--password", m_text,
-                    "Setup password; - asks for it, or takes a line of standard input where nobody types")
-        ->type_name("TEXT|-");
+    arguments
+        .Option("--password", m_text,
+                "Setup password; - asks for it, or takes a line of standard input where nobody types")
+        .Type("TEXT|-");
 }
 
 void PasswordOption::AddTo(JsonObject& request, const Environment& environment) const

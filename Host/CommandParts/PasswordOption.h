@@ -1,10 +1,9 @@
 // The option --password of the subcommands that change the firmware's settings.
 #pragma once
 
+#include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/Environment.h"
 #include "Host/Text/Json.h"
-
-#include <CLI/App.hpp>
 
 #include <optional>
 #include <string>
@@ -16,7 +15,7 @@ namespace Zv::Host
 class PasswordOption
 {
 public:
-    void Declare(CLI::App& parser);
+    void Declare(Arguments& arguments);
 
     // True when AddTo will take a line from standard input, be it typed or not.
     [[nodiscard]] bool ComesFromInput() const noexcept { return m_text == "-"; }

@@ -12,26 +12,30 @@ namespace
 
 constexpr std::size_t MaxPiece = 1024;
 
-std::string CheckLength(const std::string& text)
+std::string PieceFrom(const std::string& text)
 {
     const std::size_t length = LengthInUtf16(text);
-    return length <= MaxPiece ? std::string{}
-                              : "has " + std::to_string(length) + " characters, may have " + std::to_string(MaxPiece);
+    if (length > MaxPiece)
+    {
+        throw std::invalid_argument{"has " + std::to_string(length) + " characters, may have " +
+                                    std::to_string(MaxPiece)};
+    }
+    return text;
 }
 
 } // namespace
 
-void QueryTarget::DeclareClass(CLI::App& parser)
+void QueryTarget::DeclareClass(Arguments& arguments)
 {
-    parser.add_option("CLASS", wmiClass, "WMI class, such as Win32_BIOS")->required()->check(CheckLength);
+    arguments.Positional("CLASS", {wmiClass, PieceFrom}, "WMI class, such as Win32_BIOS").Required();
 }
 
-void QueryTarget::DeclareOptions(CLI::App& parser)
+void QueryTarget::DeclareOptions(Arguments& arguments)
 {
-    parser.add_option("--where", filter, "Only instances that fulfil this WQL condition, such as \"Name = 'x'\"")
-        ->type_name("FILTER")
-        ->check(CheckLength);
-    parser.add_option("--namespace", nameSpace, "WMI namespace (default: " + nameSpace + ")")->type_name("NS");
+    arguments
+        .Option("--where", {filter, PieceFrom}, "Only instances that fulfil this WQL condition, such as \"Name = 'x'\"")
+        .Type("FILTER");
+    arguments.Option("--namespace", nameSpace, "WMI namespace (default: " + nameSpace + ")").Type("NS");
 }
 
 JsonObject QueryTarget::Request() const

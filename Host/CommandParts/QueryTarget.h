@@ -1,9 +1,8 @@
 // What the query commands ask about.
 #pragma once
 
+#include "Host/CommandLine/Arguments.h"
 #include "Host/Text/Json.h"
-
-#include <CLI/App.hpp>
 
 #include <string>
 
@@ -18,8 +17,8 @@ struct QueryTarget
     std::string filter;
     std::string nameSpace = "ROOT\\CIMV2";
 
-    void DeclareClass(CLI::App& parser);
-    void DeclareOptions(CLI::App& parser);
+    void DeclareClass(Arguments& arguments);
+    void DeclareOptions(Arguments& arguments);
 
     // The members that are common to the requests of all query commands.
     [[nodiscard]] JsonObject Request() const;

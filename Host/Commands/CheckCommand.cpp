@@ -9,22 +9,19 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Reads a machine description as --simulate does. Says what is in it, or what is wrong with
-it: the line, the column and what was expected there.)";
-
-constexpr char Examples[] = R"(wmihost check machine.json
-wmihost check machine.json --json)";
-
 class CheckCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "check"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Check a machine description"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-
-    void Declare(CLI::App& parser) override
+    CheckCommand()
+        : Command{
+              {.name = "check",
+               .summary = "Check a machine description",
+               .details = R"(Reads a machine description as --simulate does. Says what is in it, or what is wrong with
+it: the line, the column and what was expected there.)",
+               .examples = R"(wmihost check machine.json
+wmihost check machine.json --json)"}}
     {
-        parser.add_option("FILE", m_file, "Description of a machine; - reads standard input")->required();
+        m_arguments.Positional("FILE", m_file, "Description of a machine; - reads standard input").Required();
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

@@ -30,6 +30,6 @@ namespace Zv::Host
 [[nodiscard]] std::unique_ptr<Command> MakeCompleteCommand();
 
 // In the order of --help.
-[[nodiscard]] std::vector<std::unique_ptr<Command>> MakeCommands();
+[[nodiscard]] Commands MakeCommands();
 
 } // namespace Zv::Host

@@ -13,34 +13,30 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] =
-    R"(For the scripts of "wmihost completion". Prints what may stand at the end of a command line,
-one word per line, or ":files" where it is the name of a file. Says nothing about failures.)";
-
-constexpr char Examples[] = R"(wmihost complete -- get Win32_
-wmihost complete --new -- --simulate machine.json get Win32_BIOS)";
-
 // Who pressed a key waits.
 constexpr DWORD Limit = 2000;
 
 class CompleteCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "complete"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Say what a command line may go on with"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override { return {OutputFormat::Text}; }
-    [[nodiscard]] bool IsHidden() const noexcept override { return true; }
-
-    void Declare(CLI::App& parser) override
+    CompleteCommand()
+        : Command{{.name = "complete",
+                   .summary = "Say what a command line may go on with",
+                   .details =
+                       R"(For the scripts of "wmihost completion". Prints what may stand at the end of a command line,
+one word per line, or ":files" where it is the name of a file. Says nothing about failures.)",
+                   .examples = R"(wmihost complete -- get Win32_
+wmihost complete --new -- --simulate machine.json get Win32_BIOS)",
+                   .formats = {OutputFormat::Text},
+                   .isHidden = true}}
     {
-        parser.add_flag("--new", m_isNew, "A word begins behind them, of which nothing has been typed");
-        parser.add_option("WORDS", m_words, "The words behind wmihost, the last of which is being typed");
+        m_arguments.Flag("--new", m_isNew, "A word begins behind them, of which nothing has been typed");
+        m_arguments.Positional("WORDS", m_words, "The words behind wmihost, the last of which is being typed");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        const CommandLine line{MakeCommands()};
+        const CommandLine line{MakeCommands};
         std::string begin;
         if (!m_isNew && !m_words.empty())
         {

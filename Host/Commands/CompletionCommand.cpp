@@ -7,38 +7,36 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] =
-    R"(Prints a script that makes Tab complete subcommands, options, their values, file names, and
-the class and property names of this machine, or of the one behind --simulate.
-
-For ever: let ~/.bashrc say "source ~/.wmihost.bash", and $PROFILE ". FOLDER\wmihost.ps1".)";
-
-constexpr char Examples[] = R"(wmihost completion bash > ~/.wmihost.bash
-wmihost completion powershell > wmihost.ps1)";
-
 constexpr char Bash[] = "bash";
 constexpr char PowerShell[] = "powershell";
 
-std::string CheckShell(const std::string& text)
+std::string ShellFrom(const std::string& text)
 {
-    return text == Bash || text == PowerShell ? std::string{} : "\"" + text + "\" is neither bash nor powershell";
+    if (text != Bash && text != PowerShell)
+    {
+        throw std::invalid_argument{"\"" + text + "\" is neither bash nor powershell"};
+    }
+    return text;
 }
 
 class CompletionCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "completion"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Print a script for Tab completion"; }
+    CompletionCommand()
+        : Command{
+              {.name = "completion",
+               .summary = "Print a script for Tab completion",
+               .details = R"(Prints a script that makes Tab complete subcommands, options, their values, file names, and
+the class and property names of this machine, or of the one behind --simulate.
 
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override { return {OutputFormat::Text}; }
-
-    void Declare(CLI::App& parser) override
+For ever: let ~/.bashrc say "source ~/.wmihost.bash", and $PROFILE ". FOLDER\wmihost.ps1".)",
+               .examples = R"(wmihost completion bash > ~/.wmihost.bash
+wmihost completion powershell > wmihost.ps1)",
+               .formats = {OutputFormat::Text}}}
     {
-        parser.add_option("SHELL", m_shell, "The shell that is to complete")
-            ->required()
-            ->type_name("bash|powershell")
-            ->check(CheckShell);
+        m_arguments.Positional("SHELL", {m_shell, ShellFrom}, "The shell that is to complete")
+            .Required()
+            .Type("bash|powershell");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

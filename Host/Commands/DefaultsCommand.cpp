@@ -11,24 +11,21 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
-Another number is a refusal, such as for a wrong password, and ends in exit code 7.)";
-
-constexpr char Examples[] = R"(wmihost defaults
-wmihost defaults --yes --password - < password.txt)";
-
 class DefaultsCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "defaults"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Restore the firmware's defaults"; }
-    [[nodiscard]] bool TakesSecrets() const noexcept override { return true; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-
-    void Declare(CLI::App& parser) override
+    DefaultsCommand()
+        : Command{
+              {.name = "defaults",
+               .summary = "Restore the firmware's defaults",
+               .details = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
+Another number is a refusal, such as for a wrong password, and ends in exit code 7.)",
+               .examples = R"(wmihost defaults
+wmihost defaults --yes --password - < password.txt)",
+               .takesSecrets = true}}
     {
-        m_password.Declare(parser);
-        parser.add_flag("--yes", m_yes, "Do not ask");
+        m_password.Declare(m_arguments);
+        m_arguments.Flag("--yes", m_yes, "Do not ask");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

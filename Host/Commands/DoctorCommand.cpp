@@ -17,21 +17,6 @@ namespace
 
 using State = Finding::State;
 
-constexpr char Details[] = R"(Looks for all that the module works with: its files, WMI's namespaces, the firmware's
-classes of commands, settings and events, the board, the hotkeys, the signed-in user and
-the companion apps' packages. Each is ok, missing or unknown; below what is not ok stands
-what that means and what to do. Nothing is changed, no hotkey armed, no method run.
-
-With --json: {"findings":[{"state":"ok|missing|unknown","subject":TEXT,"detail":TEXT,
-"meaning":TEXT,"advice":TEXT}, ...],"ok":N,"missing":N,"unknown":N}; with --ndjson a
-finding per line.
-
-Exit code 8: something is missing. What is unknown does not count.)";
-
-constexpr char Examples[] = R"(wmihost doctor
-wmihost doctor --simulate machine.json
-wmihost doctor --ndjson)";
-
 const char* NameOf(State state) noexcept
 {
     switch (state)
@@ -130,19 +115,25 @@ std::string Json(const Findings& findings)
 class DoctorCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "doctor"; }
-    [[nodiscard]] const char* Description() const noexcept override
-    {
-        return "Tell what this machine has and lacks for the module";
-    }
+    DoctorCommand()
+        : Command{{.name = "doctor",
+                   .summary = "Tell what this machine has and lacks for the module",
+                   .details = R"(Looks for all that the module works with: its files, WMI's namespaces, the firmware's
+classes of commands, settings and events, the board, the hotkeys, the signed-in user and
+the companion apps' packages. Each is ok, missing or unknown; below what is not ok stands
+what that means and what to do. Nothing is changed, no hotkey armed, no method run.
 
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
+With --json: {"findings":[{"state":"ok|missing|unknown","subject":TEXT,"detail":TEXT,
+"meaning":TEXT,"advice":TEXT}, ...],"ok":N,"missing":N,"unknown":N}; with --ndjson a
+finding per line.
 
-    void Declare(CLI::App&) override {} // it has no options of its own
+Exit code 8: something is missing. What is unknown does not count.)",
+                   .examples = R"(wmihost doctor
+wmihost doctor --simulate machine.json
+wmihost doctor --ndjson)",
+                   .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
+    {
+    }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {

@@ -1,4 +1,5 @@
-#include "Host/Client/EventFeed.h"
+#include "Host/Commands/EventsCommand.h"
+
 #include "Host/CommandParts/EventOutput.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
@@ -14,41 +15,30 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Prints one line per event, as it comes: local time, id and data, both in decimal and
-hexadecimal. With --json or --ndjson: {"time":TEXT,"eventId":N,"eventData":N}. Standard
-error says when it listens and, at the end, how many events came.
-
-Goes on until Ctrl-C, or what --count or --for say. Before it ends it unregisters.
-
-On a simulated machine the events of the description come, and with --channel those that
-other processes send (wmihost send).)";
-
-constexpr char Examples[] = R"(wmihost events
-wmihost events --id 20 --id 0x20001 --count 1 --json
-wmihost events --simulate machine.json --channel desk --for 60)";
-
-std::string CheckId(const std::string& text)
+int EventIdFrom(const std::string& text)
 {
     const std::optional<int> id = ParseSigned(text);
     if (!id)
     {
-        return '"' + text + "\" is no event id: an id is " + SignedRange;
+        throw std::invalid_argument{'"' + text + "\" is no event id: an id is " + SignedRange};
     }
-    return *id != 0 ? std::string{} : "0 is no event id; without --id every event is printed";
+    if (*id == 0)
+    {
+        throw std::invalid_argument{"0 is no event id; without --id every event is printed"};
+    }
+    return *id;
 }
 
-std::string CheckCount(const std::string& text)
+std::string ChannelFrom(const std::string& text)
 {
-    return ParseUnsigned(text).value_or(0) != 0 ? std::string{}
-                                                : "must be a number from 1 to 4294967295, not \"" + text + "\"";
+    if (text.empty() || text.size() > 100 || text.find('\\') != std::string::npos)
+    {
+        throw std::invalid_argument{"must be a name of 1 to 100 characters without backslashes"};
+    }
+    return text;
 }
 
-std::string CheckChannel(const std::string& text)
-{
-    return !text.empty() && text.size() <= 100 && text.find('\\') == std::string::npos
-               ? std::string{}
-               : "must be a name of 1 to 100 characters without backslashes";
-}
+} // namespace
 
 // Prints each event, up to a number of them. Called on one thread at a time.
 class EventPrinter
@@ -94,87 +84,79 @@ private:
     std::atomic<std::size_t> m_count = 0;
 };
 
-class EventsCommand : public Command
+EventsCommand::EventsCommand()
+    : EventsCommand{R"(Prints one line per event, as it comes: local time, id and data, both in decimal and
+hexadecimal. With --json or --ndjson: {"time":TEXT,"eventId":N,"eventData":N}. Standard
+error says when it listens and, at the end, how many events came.
+
+Goes on until Ctrl-C, or what --count or --for say. Before it ends it unregisters.
+
+On a simulated machine the events of the description come, and with --channel those that
+other processes send (wmihost send).)",
+                    R"(wmihost events
+wmihost events --id 20 --id 0x20001 --count 1 --json
+wmihost events --simulate machine.json --channel desk --for 60)"}
 {
-public:
-    [[nodiscard]] const char* Name() const noexcept override { return "events"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Show firmware events as they come"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
+}
 
-    void Declare(CLI::App& parser) override
-    {
-        parser.add_option("--id", m_ids, "Only events with this id; may be given several times")
-            ->type_name("N")
-            ->allow_extra_args(false)
-            ->check(CheckId);
-        parser.add_option("--count", m_count, "End after so many events")->type_name("N")->check(CheckCount);
-        AddSeconds(parser, "--for", m_time, "End after so long");
-        parser.add_option("--channel", m_channel, "Take events for the simulated machine from other processes")
-            ->type_name("NAME")
-            ->check(CheckChannel);
-    }
+EventsCommand::EventsCommand(const char* details, const char* examples)
+    : Command{{.name = "events",
+               .summary = "Show firmware events as they come",
+               .details = details,
+               .examples = examples,
+               .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
+{
+    m_arguments.Option("--id", {m_ids, EventIdFrom}, "Only events with this id; may be given several times")
+        .Type("N")
+        .OneEach();
+    m_arguments.Option("--count", {m_count, CountFrom}, "End after so many events").Type("N");
+    m_arguments.Option("--for", {m_time, SecondsFrom}, "End after so long").Type("SECONDS");
+    m_arguments
+        .Option("--channel", {m_channel, ChannelFrom}, "Take events for the simulated machine from other processes")
+        .Type("NAME");
+}
 
-    [[nodiscard]] ExitCode Run(Environment& environment) override
+ExitCode EventsCommand::Run(Environment& environment)
+{
+    CheckChannelUse(environment, m_channel);
+    Session& session = environment.OpenSession();
+    EventPrinter printer{environment.Output(), environment.Options().PrintsJson(), m_count.value_or(SIZE_MAX)};
+    EventFeed feed{session, m_ids, [&](std::string_view text) { printer.Print(text); }};
+    Follow(environment, feed, printer);
+    feed.Stop();
+    ThrowIfFailed(feed);
+    environment.Output().WriteErrorLine(Counted(printer.Count(), "event"));
+    const Interruption& interruption = environment.GetInterruption();
+    const bool endless = !m_count && !m_time;
+    if (!(endless && interruption.IsByUser())) // which is the way to end it
     {
-        CheckChannelUse(environment, m_channel);
-        std::vector<int> ids;
-        for (const std::string& id : m_ids)
+        interruption.Check();
+    }
+    return ExitCode::Success;
+}
+
+// Returns when nothing more is to be printed.
+void EventsCommand::Follow(Environment& environment, const EventFeed& feed, const EventPrinter& printer) const
+{
+    const HANDLE waited[] = {environment.GetInterruption().Event(), printer.Done(), feed.Changed()};
+    std::unique_ptr<const Simulator::EventChannel> channel;
+    ULONGLONG end = 0; // once it listens
+    while (!feed.HasEnded())
+    {
+        if (end == 0 && feed.IsListening())
         {
-            ids.push_back(ParseSigned(id).value_or(0));
+            channel = OpenChannel(environment, m_channel);
+            environment.Output().WriteErrorLine("listening");
+            end = m_time ? GetTickCount64() + static_cast<ULONGLONG>(m_time->count()) : ULLONG_MAX;
         }
-        Session& session = environment.OpenSession();
-        EventPrinter printer{environment.Output(), environment.Options().PrintsJson(),
-                             m_count.empty() ? SIZE_MAX : ParseUnsigned(m_count).value_or(0)};
-        EventFeed feed{session, ids, [&](std::string_view text) { printer.Print(text); }};
-        Follow(environment, feed, printer);
-        feed.Stop();
-        ThrowIfFailed(feed);
-        environment.Output().WriteErrorLine(Counted(printer.Count(), "event"));
-        const Interruption& interruption = environment.GetInterruption();
-        const bool endless = m_count.empty() && !m_time;
-        if (!(endless && interruption.IsByUser())) // which is the way to end it
+        const ULONGLONG now = GetTickCount64();
+        const DWORD limit = end == 0 || end == ULLONG_MAX ? INFINITE : static_cast<DWORD>(end > now ? end - now : 0);
+        if (WaitForMultipleObjects(3, waited, FALSE, limit) != WAIT_OBJECT_0 + 2)
         {
-            interruption.Check();
-        }
-        return ExitCode::Success;
-    }
-
-private:
-    // Returns when nothing more is to be printed.
-    void Follow(Environment& environment, const EventFeed& feed, const EventPrinter& printer) const
-    {
-        const HANDLE waited[] = {environment.GetInterruption().Event(), printer.Done(), feed.Changed()};
-        std::unique_ptr<const Simulator::EventChannel> channel;
-        ULONGLONG end = 0; // once it listens
-        while (!feed.HasEnded())
-        {
-            if (end == 0 && feed.IsListening())
-            {
-                channel = OpenChannel(environment, m_channel);
-                environment.Output().WriteErrorLine("listening");
-                end = m_time ? GetTickCount64() + static_cast<ULONGLONG>(m_time->count()) : ULLONG_MAX;
-            }
-            const ULONGLONG now = GetTickCount64();
-            const DWORD limit =
-                end == 0 || end == ULLONG_MAX ? INFINITE : static_cast<DWORD>(end > now ? end - now : 0);
-            if (WaitForMultipleObjects(3, waited, FALSE, limit) != WAIT_OBJECT_0 + 2)
-            {
-                return;
-            }
+            return;
         }
     }
-
-    std::vector<std::string> m_ids;
-    std::string m_count;
-    std::optional<std::chrono::milliseconds> m_time;
-    std::string m_channel;
-};
-
-} // namespace
+}
 
 std::unique_ptr<Command> MakeEventsCommand()
 {

@@ -20,16 +20,6 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] =
-    R"(A code is decimal, or hexadecimal behind 0x. A line of the log is one as the module wrote it, or some words of it.
-Without either, all codes and lines are listed; with --json or --ndjson an object per line.)";
-
-constexpr char Examples[] = R"(wmihost explain 0x2000000f
-wmihost explain 0x80041017
-wmihost explain 536870914 --json
-wmihost explain "unable to create event, GetLastError = 5"
-wmihost explain ConnectServer)";
-
 struct Explanation
 {
     std::string line;
@@ -126,37 +116,40 @@ std::vector<Explanation> ExplainLine(const std::string& line)
     return found;
 }
 
+std::vector<std::string> AllCodes()
+{
+    std::vector<std::string> codes;
+    for (const ResultCodeInfo& info : AllResultCodes())
+    {
+        codes.push_back(HexCode(info.code));
+    }
+    for (const HResultInfo& info : AllHResults())
+    {
+        codes.push_back(HexCode(static_cast<int>(info.code)));
+    }
+    return codes;
+}
+
 class ExplainCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "explain"; }
-    [[nodiscard]] const char* Description() const noexcept override
+    ExplainCommand()
+        : Command{
+              {.name = "explain",
+               .summary = "Say what a result code, an HRESULT or a line of the log means",
+               .details =
+                   R"(A code is decimal, or hexadecimal behind 0x. A line of the log is one as the module wrote it, or some words of it.
+Without either, all codes and lines are listed; with --json or --ndjson an object per line.)",
+               .examples = R"(wmihost explain 0x2000000f
+wmihost explain 0x80041017
+wmihost explain 536870914 --json
+wmihost explain "unable to create event, GetLastError = 5"
+wmihost explain ConnectServer)",
+               .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
     {
-        return "Say what a result code, an HRESULT or a line of the log means";
-    }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
-
-    [[nodiscard]] std::vector<std::string> ValuesOf(const std::string&) const override
-    {
-        std::vector<std::string> codes;
-        for (const ResultCodeInfo& info : AllResultCodes())
-        {
-            codes.push_back(HexCode(info.code));
-        }
-        for (const HResultInfo& info : AllHResults())
-        {
-            codes.push_back(HexCode(static_cast<int>(info.code)));
-        }
-        return codes;
-    }
-
-    void Declare(CLI::App& parser) override
-    {
-        parser.add_option("CODE-OR-LINE", m_words, "A code of the module's, of WMI's or COM's; or a line of the log");
+        m_arguments
+            .Positional("CODE-OR-LINE", m_words, "A code of the module's, of WMI's or COM's; or a line of the log")
+            .Tab(AllCodes);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

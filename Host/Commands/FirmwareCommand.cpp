@@ -8,6 +8,8 @@
 #include "Host/Text/OutputFile.h"
 #include "Host/Text/RequestText.h"
 
+#include <algorithm>
+#include <array>
 #include <optional>
 
 namespace Zv::Host
@@ -18,30 +20,34 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Details[] =
-    R"(COMMAND and TYPE are numbers, hexadecimal behind 0x. What they do is the firmware's affair:
-some change the machine.
-
-Prints the firmware's return code and a dump of the bytes that came back. With --json:
-{"result":{"returnCode":N,"returnData":BASE64}}. A return code other than 0, or bytes that
-did not come, end in exit code 7.)";
-
-constexpr char Examples[] = R"(wmihost firmware 1 1 --out 128
-wmihost firmware 2 40 --in "03 00 00 00"
-wmihost firmware 0x20009 1 --in @block.bin --out 4096 --raw answer.bin)";
-
 constexpr std::size_t MaxInput = 4096;
 
-std::string CheckNumber(const std::string& text)
+// As it was typed, which error lines repeat.
+struct TypedNumber
 {
-    return ParseUnsigned(text) ? std::string{} : "\"" + text + "\" is not a number from 0 to 4294967295";
+    std::string text;
+    unsigned int value = 0;
+};
+
+TypedNumber TypedNumberFrom(const std::string& text)
+{
+    const std::optional<unsigned int> number = ParseUnsigned(text);
+    if (!number)
+    {
+        throw std::invalid_argument{"\"" + text + "\" is not a number from 0 to 4294967295"};
+    }
+    return {text, *number};
 }
 
-std::string CheckSize(const std::string& text)
+unsigned int SizeFrom(const std::string& text)
 {
+    constexpr std::array sizes{0U, 4U, 128U, 1024U, 4096U};
     const std::optional<unsigned int> size = ParseUnsigned(text);
-    const bool valid = size && (*size == 0 || *size == 4 || *size == 128 || *size == 1024 || *size == 4096);
-    return valid ? std::string{} : "\"" + text + "\" is none of 0, 4, 128, 1024, 4096";
+    if (!size || std::ranges::find(sizes, *size) == sizes.end())
+    {
+        throw std::invalid_argument{"\"" + text + "\" is none of 0, 4, 128, 1024, 4096"};
+    }
+    return *size;
 }
 
 std::string CodeText(unsigned int code)
@@ -52,26 +58,34 @@ std::string CodeText(unsigned int code)
 class FirmwareCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "firmware"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Run a raw firmware command"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    FirmwareCommand()
+        : Command{
+              {.name = "firmware",
+               .summary = "Run a raw firmware command",
+               .details = R"(COMMAND and TYPE are numbers, hexadecimal behind 0x. What they do is the firmware's affair:
+some change the machine.
 
-    void Declare(CLI::App& parser) override
+Prints the firmware's return code and a dump of the bytes that came back. With --json:
+{"result":{"returnCode":N,"returnData":BASE64}}. A return code other than 0, or bytes that
+did not come, end in exit code 7.)",
+               .examples = R"(wmihost firmware 1 1 --out 128
+wmihost firmware 2 40 --in "03 00 00 00"
+wmihost firmware 0x20009 1 --in @block.bin --out 4096 --raw answer.bin)"}}
     {
-        parser.add_option("COMMAND", m_command, "Number of the firmware command")->required()->check(CheckNumber);
-        parser.add_option("TYPE", m_type, "Number of its type")->required()->check(CheckNumber);
-        parser.add_option("--in", m_input, "Bytes to send, in hexadecimal; @FILE reads them, @- from standard input")
-            ->type_name("HEX|@FILE");
-        parser.add_option("--out", m_size, "How many bytes come back: 0 (the default), 4, 128, 1024 or 4096")
-            ->type_name("SIZE")
-            ->check(CheckSize);
-        parser.add_option("--raw", m_rawFile, "Write the bytes that came back into this file instead of showing them")
-            ->type_name("FILE");
+        m_arguments.Positional("COMMAND", {m_command, TypedNumberFrom}, "Number of the firmware command").Required();
+        m_arguments.Positional("TYPE", {m_type, TypedNumberFrom}, "Number of its type").Required();
+        m_arguments.Option("--in", m_input, "Bytes to send, in hexadecimal; @FILE reads them, @- from standard input")
+            .Type("HEX|@FILE");
+        m_arguments
+            .Option("--out", {m_size, SizeFrom}, "How many bytes come back: 0 (the default), 4, 128, 1024 or 4096")
+            .Type("SIZE");
+        m_arguments.Option("--raw", m_rawFile, "Write the bytes that came back into this file instead of showing them")
+            .Type("FILE");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        if (!m_rawFile.empty() && Size() == 0)
+        if (!m_rawFile.empty() && m_size == 0)
         {
             throw Mistake("--raw needs --out 4, 128, 1024 or 4096, since no bytes come back without it");
         }
@@ -79,8 +93,8 @@ public:
         const Bytes input = Input();
         const Reply reply =
             environment.OpenSession().Execute(FunctionNumber::ExecuteBiosWmiCommand, Request(input).Text());
-        const JsonDocument document =
-            ParseFirmwareReply(reply, FirmwareCommands(), "firmware command " + m_command + ", type " + m_type);
+        const JsonDocument document = ParseFirmwareReply(
+            reply, FirmwareCommands(), "firmware command " + m_command.text + ", type " + m_type.text);
 
         // Where the module has no bytes to hand out it logs why, and hands out zeros.
         const bool hasBytes = reply.problem.find("return data") == std::string::npos;
@@ -100,8 +114,6 @@ private:
     {
         return Failure{ExitCode::BadInput, "wmihost firmware: " + text + "; see wmihost firmware --help"};
     }
-
-    [[nodiscard]] unsigned int Size() const { return ParseUnsigned(m_size).value_or(0); }
 
     [[nodiscard]] Bytes Input() const
     {
@@ -131,10 +143,10 @@ private:
     [[nodiscard]] JsonObject Request(const Bytes& input) const
     {
         JsonObject request;
-        request.Add("command", ParseUnsigned(m_command).value_or(0))
-            .Add("commandType", ParseUnsigned(m_type).value_or(0))
+        request.Add("command", m_command.value)
+            .Add("commandType", m_type.value)
             .Add("inputDataSize", static_cast<unsigned int>(input.size()))
-            .Add("returnDataSize", Size());
+            .Add("returnDataSize", m_size);
         if (!input.empty())
         {
             request.Add("inputData", ToBase64(input));
@@ -195,10 +207,10 @@ private:
         return problem.empty() && returnCode == 0 ? ExitCode::Success : ExitCode::FirmwareRefused;
     }
 
-    std::string m_command;
-    std::string m_type;
+    TypedNumber m_command;
+    TypedNumber m_type;
     std::string m_input;
-    std::string m_size = "0";
+    unsigned int m_size = 0;
     std::string m_rawFile;
 };
 

@@ -17,19 +17,6 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Details[] = R"(Prints the value of the last instance, or with --all one line per instance. An array
-is printed with commas between its elements. With --json: {"result":VALUE}, VALUE
-being an array of all values with --all. With --ndjson: {PROPERTY:VALUE} for each.
-
-Several properties make a table of all instances, and need --all; with --json:
-{"result":[{PROPERTY:VALUE, ...}, ...]}. Each property is a query of its own, so that a
-machine that changes meanwhile can mix its instances up; where a property has a value
-in some of the instances only, the table is refused.)";
-
-constexpr char Examples[] = R"(wmihost get Win32_OperatingSystem Caption
-wmihost get Win32_Process Name --all --where "ProcessId > 100"
-wmihost get Win32_LogicalDisk DeviceID FileSystem Size --all --csv)";
-
 // Every instance has it, whatever its class.
 constexpr char PropertyOfAll[] = "__GENUS";
 
@@ -51,20 +38,26 @@ JsonDocument ResultOf(const Reply& reply)
 class GetCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "get"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Read properties of a WMI class"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines, OutputFormat::Csv};
-    }
+    GetCommand()
+        : Command{{.name = "get",
+                   .summary = "Read properties of a WMI class",
+                   .details = R"(Prints the value of the last instance, or with --all one line per instance. An array
+is printed with commas between its elements. With --json: {"result":VALUE}, VALUE
+being an array of all values with --all. With --ndjson: {PROPERTY:VALUE} for each.
 
-    void Declare(CLI::App& parser) override
+Several properties make a table of all instances, and need --all; with --json:
+{"result":[{PROPERTY:VALUE, ...}, ...]}. Each property is a query of its own, so that a
+machine that changes meanwhile can mix its instances up; where a property has a value
+in some of the instances only, the table is refused.)",
+                   .examples = R"(wmihost get Win32_OperatingSystem Caption
+wmihost get Win32_Process Name --all --where "ProcessId > 100"
+wmihost get Win32_LogicalDisk DeviceID FileSystem Size --all --csv)",
+                   .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines, OutputFormat::Csv}}}
     {
-        m_target.DeclareClass(parser);
-        parser.add_option("PROPERTY", m_properties, "Property, such as SerialNumber")->required();
-        m_target.DeclareOptions(parser);
-        parser.add_flag("--all", m_all, "The values of all instances, not of the last alone");
+        m_target.DeclareClass(m_arguments);
+        m_arguments.Positional("PROPERTY", m_properties, "Property, such as SerialNumber").Required();
+        m_target.DeclareOptions(m_arguments);
+        m_arguments.Flag("--all", m_all, "The values of all instances, not of the last alone");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

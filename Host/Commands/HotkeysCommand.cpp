@@ -19,23 +19,6 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Starts the service as a host does at its start, shows which companion apps' hotkeys are
-armed and why or why not, and then presses keys: each --press is a firmware event, with
-0 for DATA unless given, ID and DATA decimal or hexadecimal with 0x. After each it shows
-what was started.
-
-Launches are shown and not made, unless --launch-for-real is given and the app's package
-in the description names a program ("executable").
-
-With --json or --ndjson: a line {"board":TEXT,"apps":[{"app":TEXT,"armed":BOOL,
-"events":[N, ...],"why":TEXT}, ...]}, then one per key {"eventId":N,"eventData":N,
-"app":TEXT,"started":[{...}],"problem":TEXT}.
-
-Exit code 1: an app should have been started and was not.)";
-
-constexpr char Examples[] = R"(wmihost hotkeys --simulate machine.json
-wmihost hotkeys --simulate machine.json --press 20:0xff0000 --press 21)";
-
 // How long the start of the service and each key may take.
 constexpr DWORD Limit = 30'000;
 constexpr std::chrono::milliseconds RetryTime{20};
@@ -266,29 +249,31 @@ std::string JsonOfPress(const FirmwareEvent& event, const Hotkeys::Outcome& outc
 class HotkeysCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "hotkeys"; }
-    [[nodiscard]] const char* Description() const noexcept override
-    {
-        return "Arm the companion apps' hotkeys on a simulated machine and press them";
-    }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
+    HotkeysCommand()
+        : Command{{.name = "hotkeys",
+                   .summary = "Arm the companion apps' hotkeys on a simulated machine and press them",
+                   .details = R"(Starts the service as a host does at its start, shows which companion apps' hotkeys are
+armed and why or why not, and then presses keys: each --press is a firmware event, with
+0 for DATA unless given, ID and DATA decimal or hexadecimal with 0x. After each it shows
+what was started.
 
-    [[nodiscard]] const char* WhyNotInShell() const noexcept override
-    {
-        return "the start-up task's threads would go on as long as the shell";
-    }
+Launches are shown and not made, unless --launch-for-real is given and the app's package
+in the description names a program ("executable").
 
-    void Declare(CLI::App& parser) override
+With --json or --ndjson: a line {"board":TEXT,"apps":[{"app":TEXT,"armed":BOOL,
+"events":[N, ...],"why":TEXT}, ...]}, then one per key {"eventId":N,"eventData":N,
+"app":TEXT,"started":[{...}],"problem":TEXT}.
+
+Exit code 1: an app should have been started and was not.)",
+                   .examples = R"(wmihost hotkeys --simulate machine.json
+wmihost hotkeys --simulate machine.json --press 20:0xff0000 --press 21)",
+                   .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines},
+                   .whyNotInShell = "the start-up task's threads would go on as long as the shell"}}
     {
-        parser.add_option("--press", m_presses, "A key to press; may be given several times")
-            ->type_name("ID[:DATA]")
-            ->allow_extra_args(false)
-            ->check(CheckEvent);
-        parser.add_flag("--launch-for-real", m_forReal, "Start the programs that the machine's packages name");
+        m_arguments.Option("--press", {m_presses, EventFrom}, "A key to press; may be given several times")
+            .Type("ID[:DATA]")
+            .OneEach();
+        m_arguments.Flag("--launch-for-real", m_forReal, "Start the programs that the machine's packages name");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -306,9 +291,8 @@ public:
         json ? output.WriteLine(JsonOfArming(hotkeys)) : PrintArming(output, hotkeys);
 
         bool failed = false;
-        for (const std::string& press : m_presses)
+        for (const FirmwareEvent& event : m_presses)
         {
-            const FirmwareEvent event = ParseEvent(press).value_or(FirmwareEvent{});
             const Hotkeys::Outcome outcome = hotkeys.Press(event);
             json ? output.WriteLine(JsonOfPress(event, outcome)) : PrintPress(output, event, outcome);
             failed = failed || (outcome.started.empty() && !outcome.problem.empty());
@@ -317,7 +301,7 @@ public:
     }
 
 private:
-    std::vector<std::string> m_presses;
+    std::vector<FirmwareEvent> m_presses;
     bool m_forReal = false;
 };
 

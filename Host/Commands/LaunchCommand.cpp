@@ -11,33 +11,26 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Starts the program as the user who is signed in at the console, with that user's
+class LaunchCommand : public Command
+{
+public:
+    LaunchCommand()
+        : Command{{.name = "launch",
+                   .summary = "Start a packaged app for the console user",
+                   .details = R"(Starts the program as the user who is signed in at the console, with that user's
 environment, in the package's folder. As the module's own launches do, it gives the
 program the arguments alone as its command line, behind a blank, or without arguments
 its path.
 
 On a simulated machine the launch is shown and not made, unless --launch-for-real is
-given and the package of the description names a program ("executable").)";
-
-constexpr char Examples[] = R"(wmihost launch Lumashade.exe 7B3E90C4.Lumashade_k2x7m4qp9wt1d
-wmihost launch ChimeboxUWP.exe 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d "21#0#24-03-05 14:07:09")";
-
-class LaunchCommand : public Command
-{
-public:
-    [[nodiscard]] const char* Name() const noexcept override { return "launch"; }
-    [[nodiscard]] const char* Description() const noexcept override
+given and the package of the description names a program ("executable").)",
+                   .examples = R"(wmihost launch Lumashade.exe 7B3E90C4.Lumashade_k2x7m4qp9wt1d
+wmihost launch ChimeboxUWP.exe 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d "21#0#24-03-05 14:07:09")"}}
     {
-        return "Start a packaged app for the console user";
-    }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-
-    void Declare(CLI::App& parser) override
-    {
-        parser.add_option("ALIAS", m_alias, "File name of the app's execution alias")->required();
-        parser.add_option("FAMILY", m_family, "Package family name")->required();
-        parser.add_option("ARGUMENTS", m_arguments, "Arguments, as one text");
-        parser.add_flag("--launch-for-real", m_forReal, "Start the program that a simulated machine's package names");
+        m_arguments.Positional("ALIAS", m_alias, "File name of the app's execution alias").Required();
+        m_arguments.Positional("FAMILY", m_family, "Package family name").Required();
+        m_arguments.Positional("ARGUMENTS", m_appArguments, "Arguments, as one text");
+        m_arguments.Flag("--launch-for-real", m_forReal, "Start the program that a simulated machine's package names");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -49,7 +42,7 @@ public:
         }
         environment.SetUserOptions({.launchForReal = m_forReal});
         const ConsoleUser user{environment};
-        if (!user.Launcher().Run(ToUtf16(m_alias), ToUtf16(m_family), ToUtf16(m_arguments)))
+        if (!user.Launcher().Run(ToUtf16(m_alias), ToUtf16(m_family), ToUtf16(m_appArguments)))
         {
             user.Fail(m_alias + " of " + m_family + " was not started");
         }
@@ -72,7 +65,7 @@ public:
 private:
     std::string m_alias;
     std::string m_family;
-    std::string m_arguments;
+    std::string m_appArguments;
     bool m_forReal = false;
 };
 

@@ -13,11 +13,6 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Looks the package up as the user who is signed in at the console.)";
-
-constexpr char Examples[] = R"(wmihost package 7B3E90C4.Lumashade_k2x7m4qp9wt1d
-wmihost package 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d --json)";
-
 // Of the platform's PackageOrigin values, in their order.
 constexpr std::array OriginNames = {"unknown",           "unmanaged",       "inbox", "store", "developer, unsigned",
                                     "developer, signed", "line of business"};
@@ -42,13 +37,14 @@ std::string VersionText(std::uint64_t version)
 class PackageCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "package"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Show the console user's package"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-
-    void Declare(CLI::App& parser) override
+    PackageCommand()
+        : Command{{.name = "package",
+                   .summary = "Show the console user's package",
+                   .details = R"(Looks the package up as the user who is signed in at the console.)",
+                   .examples = R"(wmihost package 7B3E90C4.Lumashade_k2x7m4qp9wt1d
+wmihost package 7B3E90C4.Chimeboxes_k2x7m4qp9wt1d --json)"}}
     {
-        parser.add_option("FAMILY", m_family, "Package family name")->required();
+        m_arguments.Positional("FAMILY", m_family, "Package family name").Required();
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

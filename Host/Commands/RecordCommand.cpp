@@ -6,6 +6,7 @@
 #include "Host/Recording/Redaction.h"
 #include "Host/Terminal/Progress.h"
 #include "Host/Text/Failure.h"
+#include "Host/Text/Numbers.h"
 #include "Host/Text/OutputFile.h"
 #include "Host/Text/Utf.h"
 
@@ -25,23 +26,6 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Writes what this machine's WMI holds of the classes: their properties, the signatures of
-their methods and their instances. --simulate takes the file, on this machine or another.
-CLASS may have a namespace of its own before a colon, as in root\wmi:zvqBIntM. Without a
-CLASS, those that the module itself works with are recorded, as far as they are there.
-
-Serial numbers, user names and passwords are replaced, unless --no-redact is given. Look
-the file through all the same before you give it away.
-
-What cannot be read is left out and named on standard error with the reason; the rest is
-written, and the exit code is 9. Only if nothing can be read no file is written.
-
-Prints what the file has; with --ndjson each class before that, as soon as it is read:
-{"class":TEXT,"namespace":TEXT,"instances":N}.)";
-
-constexpr char Examples[] = R"(wmihost record --out machine.json
-wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)";
-
 constexpr char RedactedNote[] = "Recorded by wmihost; serial numbers, user names and passwords are replaced.";
 constexpr char CompleteNote[] = "Recorded by wmihost, serial numbers, user names and passwords included.";
 
@@ -60,30 +44,41 @@ constexpr const char* UsualClasses[] = {
 class RecordCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "record"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Record this machine's WMI classes"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
+    RecordCommand()
+        : Command{
+              {.name = "record",
+               .summary = "Record this machine's WMI classes",
+               .details = R"(Writes what this machine's WMI holds of the classes: their properties, the signatures of
+their methods and their instances. --simulate takes the file, on this machine or another.
+CLASS may have a namespace of its own before a colon, as in root\wmi:zvqBIntM. Without a
+CLASS, those that the module itself works with are recorded, as far as they are there.
 
-    void Declare(CLI::App& parser) override
+Serial numbers, user names and passwords are replaced, unless --no-redact is given. Look
+the file through all the same before you give it away.
+
+What cannot be read is left out and named on standard error with the reason; the rest is
+written, and the exit code is 9. Only if nothing can be read no file is written.
+
+Prints what the file has; with --ndjson each class before that, as soon as it is read:
+{"class":TEXT,"namespace":TEXT,"instances":N}.)",
+               .examples = R"(wmihost record --out machine.json
+wmihost record --out board.json Win32_BaseBoard Win32_BIOS root\wmi:zvqBIntM)",
+               .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
     {
-        parser.add_option("CLASS", m_classes, "WMI classes, such as Win32_BIOS");
-        parser.add_option("--out", m_file, "The machine description to write")->required()->type_name("FILE");
-        parser.add_option("--namespace", m_nameSpace, "WMI namespace of the classes (default: " + m_nameSpace + ")")
-            ->type_name("NS");
-        parser.add_flag("--schema-only", m_schemaOnly, "Leave the instances out");
-        parser.add_option("--limit", m_limit, "Record at most so many instances of a class (default: all)")
-            ->check(CLI::PositiveNumber)
-            ->type_name("N");
-        parser
-            .add_option("--class-timeout", m_patience,
-                        "Leave out a class that takes longer, in seconds (0: wait; default: " +
-                            std::to_string(m_patience) + ")")
-            ->type_name("S");
-        parser.add_flag("--no-redact", m_complete, "Keep serial numbers, user names and passwords");
+        m_arguments.Positional("CLASS", m_classes, "WMI classes, such as Win32_BIOS");
+        m_arguments.Option("--out", m_file, "The machine description to write").Required().Type("FILE");
+        m_arguments.Option("--namespace", m_nameSpace, "WMI namespace of the classes (default: " + m_nameSpace + ")")
+            .Type("NS");
+        m_arguments.Flag("--schema-only", m_schemaOnly, "Leave the instances out");
+        m_arguments
+            .Option("--limit", {m_limit, CountFrom}, "Record at most so many instances of a class (default: all)")
+            .Type("N");
+        m_arguments
+            .Option("--class-timeout", {m_patience, NumberFrom},
+                    "Leave out a class that takes longer, in seconds (0: wait; default: " + std::to_string(m_patience) +
+                        ")")
+            .Type("S");
+        m_arguments.Flag("--no-redact", m_complete, "Keep serial numbers, user names and passwords");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

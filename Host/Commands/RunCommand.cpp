@@ -38,7 +38,51 @@ constexpr std::array Functions = {
     NamedFunction{"GetWmiClassObjectText", FunctionNumber::GetWmiClassObjectText},
 };
 
-constexpr char Details[] = R"(The request is JSON in UTF-8, or UTF-16 with a byte order mark; without a file it is {}.
+std::optional<unsigned int> ParseFunction(const std::string& text)
+{
+    for (const NamedFunction& function : Functions)
+    {
+        if (function.name == text)
+        {
+            return static_cast<unsigned int>(function.number);
+        }
+    }
+    return ParseUnsigned(text); // also one that the module refuses
+}
+
+// As it was typed, which error lines repeat.
+struct TypedFunction
+{
+    std::string text;
+    unsigned int number = 0;
+};
+
+TypedFunction FunctionFrom(const std::string& text)
+{
+    const std::optional<unsigned int> number = ParseFunction(text);
+    if (!number)
+    {
+        throw std::invalid_argument{"\"" + text + "\" is neither a number nor the name of a function"};
+    }
+    return {text, *number};
+}
+
+std::vector<std::string> FunctionNames()
+{
+    std::vector<std::string> names;
+    std::ranges::transform(Functions, std::back_inserter(names),
+                           [](const NamedFunction& function) { return std::string{function.name}; });
+    return names;
+}
+
+class RunCommand : public Command
+{
+public:
+    RunCommand()
+        : Command{
+              {.name = "run",
+               .summary = "Run any command with a JSON request",
+               .details = R"(The request is JSON in UTF-8, or UTF-16 with a byte order mark; without a file it is {}.
 It reaches the module as it is, so that mistakes can be tried out, too.
 
 Progress texts are printed as they come, one line each; one that has line breaks is
@@ -54,66 +98,26 @@ Functions:
   32   GetWmiPropertyValues
   64   SetBiosSetting
   128  SetBiosSystemDefaults
-  256  GetWmiClassObjectText)";
-
-constexpr char Examples[] = R"(wmihost run 16 request.json
-wmihost run GetWmiClassObjectText - < request.json)";
-
-std::optional<unsigned int> ParseFunction(const std::string& text)
-{
-    for (const NamedFunction& function : Functions)
+  256  GetWmiClassObjectText)",
+               .examples = R"(wmihost run 16 request.json
+wmihost run GetWmiClassObjectText - < request.json)",
+               .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
     {
-        if (function.name == text)
-        {
-            return static_cast<unsigned int>(function.number);
-        }
-    }
-    return ParseUnsigned(text); // also one that the module refuses
-}
-
-std::string CheckFunction(const std::string& text)
-{
-    return ParseFunction(text) ? std::string{} : "\"" + text + "\" is neither a number nor the name of a function";
-}
-
-class RunCommand : public Command
-{
-public:
-    [[nodiscard]] const char* Name() const noexcept override { return "run"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Run any command with a JSON request"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
-
-    [[nodiscard]] std::vector<std::string> ValuesOf(const std::string& argument) const override
-    {
-        std::vector<std::string> names;
-        if (argument == "FUNCTION")
-        {
-            std::ranges::transform(Functions, std::back_inserter(names),
-                                   [](const NamedFunction& function) { return std::string{function.name}; });
-        }
-        return names;
-    }
-
-    void Declare(CLI::App& parser) override
-    {
-        parser.add_option("FUNCTION", m_function, "Number or name of the function")->required()->check(CheckFunction);
-        parser.add_option("REQUEST-FILE", m_requestFile, "File with the request; - reads standard input");
+        m_arguments.Positional("FUNCTION", {m_function, FunctionFrom}, "Number or name of the function")
+            .Required()
+            .Tab(FunctionNames);
+        m_arguments.Positional("REQUEST-FILE", m_requestFile, "File with the request; - reads standard input");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        const unsigned int function = ParseFunction(m_function).value_or(0);
         environment.CheckInput(m_requestFile);
         std::wstring request = m_requestFile.empty() ? L"{}" : DecodeRequest(ReadAll(m_requestFile), m_requestFile);
         const bool json = environment.Options().PrintsJson();
         Console& output = environment.Output();
 
         const Reply reply = ExecuteUntilInterrupted(
-            environment.OpenSession(), environment.GetInterruption(), function, std::move(request),
+            environment.OpenSession(), environment.GetInterruption(), m_function.number, std::move(request),
             [&](std::string_view text) {
                 output.WriteLine(json ? JsonObject{}.Add("progress", text).Text() : ProgressLine(text));
             });
@@ -122,7 +126,7 @@ public:
         if (reply.code != 0)
         {
             // The response, which a failed command may have as well, has said it to programs.
-            output.WriteErrorLine(ErrorLine(reply.code, "function " + m_function, reply.problem));
+            output.WriteErrorLine(ErrorLine(reply.code, "function " + m_function.text, reply.problem));
             return ExitCode::CommandFailed;
         }
         return ExitCode::Success;
@@ -152,7 +156,7 @@ private:
         }
     }
 
-    std::string m_function;
+    TypedFunction m_function;
     std::string m_requestFile;
 };
 

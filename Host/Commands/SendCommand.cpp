@@ -16,15 +16,6 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(The machine is one that "wmihost events --simulate FILE --channel NAME" runs on.
-DATA is 0 unless given; ID and DATA are decimal, or hexadecimal with 0x.
-
-Prints how many subscriptions each event reaches; with --json or --ndjson:
-{"eventId":N,"eventData":N,"subscriptions":N}.)";
-
-constexpr char Examples[] = R"(wmihost send desk 20:0xff0000
-wmihost send desk 21 3 0x20001:7)";
-
 // How long a simulation that is just starting is waited for.
 constexpr std::chrono::seconds Patience{5};
 constexpr std::chrono::milliseconds RetryTime{50};
@@ -32,28 +23,26 @@ constexpr std::chrono::milliseconds RetryTime{50};
 class SendCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "send"; }
-    [[nodiscard]] const char* Description() const noexcept override
-    {
-        return "Send firmware events to a simulated machine that is running";
-    }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
+    SendCommand()
+        : Command{{.name = "send",
+                   .summary = "Send firmware events to a simulated machine that is running",
+                   .details = R"(The machine is one that "wmihost events --simulate FILE --channel NAME" runs on.
+DATA is 0 unless given; ID and DATA are decimal, or hexadecimal with 0x.
 
-    void Declare(CLI::App& parser) override
+Prints how many subscriptions each event reaches; with --json or --ndjson:
+{"eventId":N,"eventData":N,"subscriptions":N}.)",
+                   .examples = R"(wmihost send desk 20:0xff0000
+wmihost send desk 21 3 0x20001:7)",
+                   .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
     {
-        parser.add_option("CHANNEL", m_channel, "Name of the machine's channel")->required();
-        parser.add_option("ID[:DATA]", m_events, "Events to send, in this order")->required()->check(CheckEvent);
+        m_arguments.Positional("CHANNEL", m_channel, "Name of the machine's channel").Required();
+        m_arguments.Positional("ID[:DATA]", {m_events, EventFrom}, "Events to send, in this order").Required();
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        for (const std::string& text : m_events)
+        for (const FirmwareEvent& event : m_events)
         {
-            const FirmwareEvent event = ParseEvent(text).value_or(FirmwareEvent{});
             const int subscriptions = Send(environment.GetInterruption(), event);
             Console& output = environment.Output();
             environment.Options().PrintsJson()
@@ -110,7 +99,7 @@ private:
     }
 
     std::string m_channel;
-    std::vector<std::string> m_events;
+    std::vector<FirmwareEvent> m_events;
 };
 
 } // namespace

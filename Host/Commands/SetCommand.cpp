@@ -9,27 +9,24 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
-Another number is a refusal, such as for a wrong password, and ends in exit code 7.
-
-Other users of this machine can see a password that stands on the command line.)";
-
-constexpr char Examples[] = R"(wmihost set "Fast Boot" Disable
-wmihost set "Wake On LAN" Disabled --password -)";
-
 class SetCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "set"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Change a firmware setting"; }
-    [[nodiscard]] bool TakesSecrets() const noexcept override { return true; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
+    SetCommand()
+        : Command{
+              {.name = "set",
+               .summary = "Change a firmware setting",
+               .details = R"(Prints that the firmware did it, or with --json its answer, {"result":N}: 0 when it did.
+Another number is a refusal, such as for a wrong password, and ends in exit code 7.
 
-    void Declare(CLI::App& parser) override
+Other users of this machine can see a password that stands on the command line.)",
+               .examples = R"(wmihost set "Fast Boot" Disable
+wmihost set "Wake On LAN" Disabled --password -)",
+               .takesSecrets = true}}
     {
-        parser.add_option("NAME", m_name, "Setting, such as \"Fast Boot\"")->required();
-        parser.add_option("VALUE", m_value, "Its new value, such as Disable")->required();
-        m_password.Declare(parser);
+        m_arguments.Positional("NAME", m_name, "Setting, such as \"Fast Boot\"").Required();
+        m_arguments.Positional("VALUE", m_value, "Its new value, such as Disable").Required();
+        m_password.Declare(m_arguments);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

@@ -13,12 +13,6 @@ namespace
 
 using Zv::Tessel::Server::Services::FunctionNumber;
 
-constexpr char Details[] = R"(Prints the text of each instance as WMI writes it (MOF), as soon as it is there. With
---json: {"result":[TEXT, ...]}, with --ndjson {"text":TEXT} for each as it comes.)";
-
-constexpr char Examples[] = R"(wmihost text Win32_BIOS
-wmihost text Win32_Process --where "Name = 'services.exe'")";
-
 // MOF comes with the line ends of Windows and an empty line in front.
 std::string WithPlainLineEnds(std::string_view text)
 {
@@ -32,18 +26,17 @@ std::string WithPlainLineEnds(std::string_view text)
 class TextCommand : public Command
 {
 public:
-    [[nodiscard]] const char* Name() const noexcept override { return "text"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Show the instances of a WMI class"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
+    TextCommand()
+        : Command{{.name = "text",
+                   .summary = "Show the instances of a WMI class",
+                   .details = R"(Prints the text of each instance as WMI writes it (MOF), as soon as it is there. With
+--json: {"result":[TEXT, ...]}, with --ndjson {"text":TEXT} for each as it comes.)",
+                   .examples = R"(wmihost text Win32_BIOS
+wmihost text Win32_Process --where "Name = 'services.exe'")",
+                   .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines}}}
     {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines};
-    }
-
-    void Declare(CLI::App& parser) override
-    {
-        m_target.DeclareClass(parser);
-        m_target.DeclareOptions(parser);
+        m_target.DeclareClass(m_arguments);
+        m_target.DeclareOptions(m_arguments);
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

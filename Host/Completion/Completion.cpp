@@ -2,8 +2,6 @@
 
 #include "Host/CommandParts/QueryTarget.h"
 
-#include <CLI/App.hpp>
-
 #include <algorithm>
 #include <cctype>
 #include <iterator>
@@ -41,16 +39,11 @@ bool BeginsWith(const std::string& word, const std::string& begin)
            });
 }
 
-bool TakesValue(const CLI::Option& option)
-{
-    return option.get_items_expected_max() > 0;
-}
-
 // Walks along the words as the parser would, though nothing need be complete or right.
 class Place
 {
 public:
-    Place(const CommandLine& line, const std::vector<std::string>& words) : m_root{line.Parser()}
+    Place(const CommandLine& line, const std::vector<std::string>& words) : m_line{line}
     {
         for (const std::string& word : words)
         {
@@ -62,46 +55,51 @@ public:
     [[nodiscard]] bool IsLost() const noexcept { return m_lost; }
     [[nodiscard]] bool TakesOptions() const noexcept { return m_open == nullptr && !m_optionsEnded; }
     [[nodiscard]] bool TakesCommand() const noexcept { return m_open == nullptr && m_command == nullptr; }
-    [[nodiscard]] const CLI::App* Command() const noexcept { return m_command; }
 
     // The option whose value comes next, or else the argument; null when nothing more is taken.
-    [[nodiscard]] const CLI::Option* Next() const
+    [[nodiscard]] const Argument* Next() const
     {
         if (m_open != nullptr || m_command == nullptr)
         {
             return m_open;
         }
         std::size_t before = 0;
-        for (const CLI::Option* const option : m_command->get_options())
+        for (const Argument& argument : m_command->Takes().All())
         {
-            before += option->get_positional() ? static_cast<std::size_t>(option->get_items_expected_max()) : 0;
-            if (option->get_positional() && m_arguments < before)
+            if (argument.IsPositional() && (argument.target->IsList() || m_arguments < ++before))
             {
-                return option;
+                return &argument;
             }
         }
         return nullptr;
     }
 
-    [[nodiscard]] std::vector<const CLI::Option*> Options() const
+    // The subcommand's, then those of the program.
+    [[nodiscard]] std::vector<const Argument*> Options() const
     {
-        std::vector<const CLI::Option*> options;
-        for (const CLI::App* const parser : {m_command, &m_root})
+        std::vector<const Argument*> options;
+        for (const Arguments* const arguments : {m_command == nullptr ? nullptr : &m_command->Takes(), &m_line.Takes()})
         {
-            if (parser != nullptr)
+            if (arguments != nullptr)
             {
-                std::ranges::copy_if(parser->get_options(), std::back_inserter(options), [](const CLI::Option* option) {
-                    return !option->get_positional() && !option->get_lnames().empty() && !option->get_group().empty();
-                });
+                for (const Argument& argument : arguments->All())
+                {
+                    if (!argument.IsPositional() && !argument.isHidden)
+                    {
+                        options.push_back(&argument);
+                    }
+                }
             }
         }
         return options;
     }
 
-    [[nodiscard]] const CLI::Option* FindOption(const std::string& name) const
+    // Null when there is none of that name that takes a value.
+    [[nodiscard]] const Argument* FindOption(const std::string& name) const
     {
         const auto options = Options();
-        const auto found = std::ranges::find_if(options, [&](const auto* option) { return option->check_name(name); });
+        const auto found = std::ranges::find_if(
+            options, [&](const Argument* option) { return option->target && option->name == name; });
         return found == options.end() ? nullptr : *found;
     }
 
@@ -117,7 +115,7 @@ private:
     {
         if (m_open != nullptr)
         {
-            m_values[m_open->get_name()] = word;
+            m_values[m_open->name] = word;
             m_open = nullptr;
         }
         else if (!m_optionsEnded && word == "--")
@@ -130,15 +128,13 @@ private:
         }
         else if (m_command != nullptr)
         {
-            const CLI::Option* const argument = Next();
-            m_values[argument == nullptr ? "" : argument->get_name()] = word;
+            const Argument* const argument = Next();
+            m_values[argument == nullptr ? "" : argument->name] = word;
             ++m_arguments;
         }
         else
         {
-            const auto found =
-                m_root.get_subcommands([&](const CLI::App* command) { return command->check_name(word); });
-            m_command = found.empty() ? nullptr : found.front();
+            m_command = m_line.FindCommand(word);
             m_lost = m_lost || m_command == nullptr;
         }
     }
@@ -146,8 +142,8 @@ private:
     void TakeOption(const std::string& word)
     {
         const std::size_t equals = word.find('=');
-        const CLI::Option* const option = FindOption(word.substr(0, equals));
-        if (option == nullptr || !TakesValue(*option))
+        const Argument* const option = FindOption(word.substr(0, equals));
+        if (option == nullptr)
         {
             return;
         }
@@ -157,13 +153,13 @@ private:
         }
         else
         {
-            m_values[option->get_name()] = word.substr(equals + 1);
+            m_values[option->name] = word.substr(equals + 1);
         }
     }
 
-    const CLI::App& m_root;
-    const CLI::App* m_command = nullptr;
-    const CLI::Option* m_open = nullptr; // its value has not come yet
+    const CommandLine& m_line;
+    const Command* m_command = nullptr;
+    const Argument* m_open = nullptr; // its value has not come yet
     bool m_optionsEnded = false;
     bool m_lost = false;
     std::size_t m_arguments = 0;
@@ -171,14 +167,13 @@ private:
 };
 
 // What the value of an option or argument may be.
-Completion ValuesOf(const CLI::Option& option, const Place& place, const CommandLine& line, const NameSource& names)
+Completion ValuesOf(const Argument& argument, const Place& place, const NameSource& names)
 {
     Completion values;
-    const std::string type = option.get_type_name();
-    std::vector<std::string> kinds = Split(type, '|');
-    if (option.get_positional() && std::ranges::all_of(kinds, IsPlaceholder))
+    std::vector<std::string> kinds = Split(argument.type, '|');
+    if (argument.IsPositional() && std::ranges::all_of(kinds, IsPlaceholder))
     {
-        kinds = {option.get_name()};
+        kinds = {argument.name};
     }
     const std::string nameSpace = place.Value("--namespace", QueryTarget{}.nameSpace);
     for (const std::string& kind : kinds)
@@ -200,9 +195,9 @@ Completion ValuesOf(const CLI::Option& option, const Place& place, const Command
             values.files = true;
         }
     }
-    if (values.words.empty() && place.Command() != nullptr)
+    if (values.words.empty() && argument.tabs)
     {
-        values.words = line.FindCommand(place.Command()->get_name())->ValuesOf(option.get_name());
+        values.words = argument.tabs();
     }
     return values;
 }
@@ -227,9 +222,9 @@ Completion Complete(const CommandLine& line, const std::vector<std::string>& wor
     if (place.TakesOptions() && begin.starts_with("--") && equals != std::string::npos)
     {
         const std::string name = begin.substr(0, equals);
-        if (const CLI::Option* const option = place.FindOption(name); option != nullptr && TakesValue(*option))
+        if (const Argument* const option = place.FindOption(name))
         {
-            completion = ValuesOf(*option, place, line, names);
+            completion = ValuesOf(*option, place, names);
             completion.files = false; // shells complete a file's name where a word begins
             for (std::string& word : completion.words)
             {
@@ -239,10 +234,11 @@ Completion Complete(const CommandLine& line, const std::vector<std::string>& wor
     }
     else if (place.TakesOptions() && begin.starts_with('-'))
     {
-        for (const CLI::Option* const option : place.Options())
+        completion.words = {"--help"};
+        for (const Argument* const option : place.Options())
         {
-            const std::string name = "--" + option->get_lnames().front();
-            if (std::ranges::find(completion.words, name) == completion.words.end()) // --help is declared twice
+            const std::string name = option->name.substr(0, option->name.find(',')); // of several the first
+            if (std::ranges::find(completion.words, name) == completion.words.end())
             {
                 completion.words.push_back(name);
             }
@@ -252,9 +248,9 @@ Completion Complete(const CommandLine& line, const std::vector<std::string>& wor
     {
         completion.words = line.CommandNames();
     }
-    else if (const CLI::Option* const next = place.Next())
+    else if (const Argument* const next = place.Next())
     {
-        completion = ValuesOf(*next, place, line, names);
+        completion = ValuesOf(*next, place, names);
     }
     KeepThoseThatBegin(completion.words, begin);
     return completion;

@@ -26,7 +26,7 @@ struct NameSource
 
 // What may follow the words, beginning with `begin`, which may be empty. It knows what the command line declares: names
 // of subcommands and options; the words of a type such as on|off; and by their names arguments that are classes,
-// properties and files. What else a value may be, its subcommand says (Command::ValuesOf).
+// properties and files. What else a value may be, its declaration says (Argument::tabs).
 [[nodiscard]] Completion Complete(const CommandLine& line, const std::vector<std::string>& words,
                                   const std::string& begin, const NameSource& names);
 

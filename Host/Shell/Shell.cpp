@@ -153,7 +153,7 @@ ExitCode Shell::RunLine(const std::string& line, const std::string& place)
 
 std::unique_ptr<CommandLine> Shell::MakeLine()
 {
-    auto line = std::make_unique<CommandLine>(MakeShellCommands(*this), m_defaults);
+    auto line = std::make_unique<CommandLine>([this] { return MakeShellCommands(*this); }, m_defaults);
     for (const char* const option : {"--module", "--simulate", "--color"})
     {
         line->Refuse(option, "goes with wmihost shell itself, whose one session all lines have");

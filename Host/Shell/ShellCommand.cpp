@@ -8,7 +8,14 @@ namespace Zv::Host
 namespace
 {
 
-constexpr char Details[] = R"(Runs subcommands line by line, all in one session of the module. "help" says which, "exit"
+class ShellCommand : public Command
+{
+public:
+    ShellCommand()
+        : Command{
+              {.name = "shell",
+               .summary = "Type subcommands, all in one session",
+               .details = R"(Runs subcommands line by line, all in one session of the module. "help" says which, "exit"
 or Ctrl-Z leaves. Tab completes subcommands, options, file names and this machine's class
 and property names; the arrow keys bring back earlier lines. "events on" shows firmware
 events as they come. Ctrl-C ends the command that runs, or takes the typed line back.
@@ -20,24 +27,14 @@ Lines from a pipe or file are run without a prompt, until the first that fails, 
 code it is; error lines name the line. With --keep-going all are run, and the exit code is
 that of the first that failed.
 
-The global options hold for each line, --timeout too, unless it gives its own.)";
-
-constexpr char Examples[] = R"(wmihost shell
+The global options hold for each line, --timeout too, unless it gives its own.)",
+               .examples = R"(wmihost shell
 wmihost shell --simulate machine.json
-wmihost shell --keep-going < commands.txt)";
-
-class ShellCommand : public Command
-{
-public:
-    [[nodiscard]] const char* Name() const noexcept override { return "shell"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Type subcommands, all in one session"; }
-    [[nodiscard]] HelpText Help() const noexcept override { return {Details, Examples}; }
-    [[nodiscard]] bool RunsLines() const noexcept override { return true; }
-    [[nodiscard]] const char* WhyNotInShell() const noexcept override { return "it is running already"; }
-
-    void Declare(CLI::App& parser) override
+wmihost shell --keep-going < commands.txt)",
+               .runsLines = true,
+               .whyNotInShell = "it is running already"}}
     {
-        parser.add_flag("--keep-going", m_keepGoing, "Run the lines behind one that failed, too");
+        m_arguments.Flag("--keep-going", m_keepGoing, "Run the lines behind one that failed, too");
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override

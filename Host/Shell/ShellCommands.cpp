@@ -3,11 +3,13 @@
 #include "Host/CommandLine/RunCommandLine.h"
 #include "Host/CommandParts/EventOutput.h"
 #include "Host/Commands/CommandTable.h"
+#include "Host/Commands/EventsCommand.h"
 #include "Host/Shell/Shell.h"
 #include "Host/Text/Failure.h"
-#include "Host/Text/Numbers.h"
 
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Zv::Host
@@ -20,59 +22,51 @@ namespace
 class RefusedCommand : public Command
 {
 public:
-    explicit RefusedCommand(std::unique_ptr<Command> command) noexcept : m_command{std::move(command)} {}
-
-    [[nodiscard]] const char* Name() const noexcept override { return m_command->Name(); }
-    [[nodiscard]] const char* Description() const noexcept override { return m_command->Description(); }
-    [[nodiscard]] HelpText Help() const noexcept override { return m_command->Help(); }
-    [[nodiscard]] bool IsHidden() const noexcept override { return true; }
-    void Declare(CLI::App& parser) override { parser.fallthrough(false)->allow_extras(); }
+    explicit RefusedCommand(const CommandInfo& refused)
+        : Command{{.name = refused.name,
+                   .summary = refused.summary,
+                   .details = refused.details,
+                   .examples = refused.examples,
+                   .isHidden = true}},
+          m_why{refused.whyNotInShell}
+    {
+        m_arguments.Anything();
+    }
 
     [[nodiscard]] ExitCode Run(Environment&) override
     {
-        throw Failure{ExitCode::BadInput,
-                      std::string{Name()} + " does not run in the shell: " + m_command->WhyNotInShell()};
+        throw Failure{ExitCode::BadInput, std::string{Info().name} + " does not run in the shell: " + m_why};
     }
 
 private:
-    std::unique_ptr<Command> m_command;
+    const char* const m_why;
 };
 
-constexpr char EventsDetails[] =
-    R"(With "on" events are shown from now on, while other commands are typed and run, until
-"events off". Without either it is the events command of wmihost, which goes on until
-Ctrl-C, or what --count or --for say.)";
-
-constexpr char EventsExamples[] = R"(events on
-events on --id 20 --id 0x20001
-events off
-events --count 2)";
-
-std::string CheckState(const std::string& text)
+std::string StateFrom(const std::string& text)
 {
-    return text == "on" || text == "off" ? std::string{} : "\"" + text + "\" is neither on nor off";
+    if (text != "on" && text != "off")
+    {
+        throw std::invalid_argument{"\"" + text + "\" is neither on nor off"};
+    }
+    return text;
 }
 
-class ShellEventsCommand : public Command
+class ShellEventsCommand : public EventsCommand
 {
 public:
-    explicit ShellEventsCommand(Shell& shell) : m_shell{shell} {}
-
-    [[nodiscard]] const char* Name() const noexcept override { return m_waiting->Name(); }
-    [[nodiscard]] const char* Description() const noexcept override { return m_waiting->Description(); }
-    [[nodiscard]] HelpText Help() const noexcept override { return {EventsDetails, EventsExamples}; }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override { return m_waiting->Formats(); }
-
-    void Declare(CLI::App& parser) override
+    explicit ShellEventsCommand(Shell& shell)
+        : EventsCommand{R"(With "on" events are shown from now on, while other commands are typed and run, until
+"events off". Without either it is the events command of wmihost, which goes on until
+Ctrl-C, or what --count or --for say.)",
+                        R"(events on
+events on --id 20 --id 0x20001
+events off
+events --count 2)"},
+          m_shell{shell}
     {
-        m_waiting->Declare(parser);
-        parser.add_option("STATE", m_state, "Whether events are shown while other commands run")
-            ->type_name("on|off")
-            ->check(CheckState)
-            ->excludes(parser.get_option("--count"))
-            ->excludes(parser.get_option("--for"));
-        m_ids = parser.get_option("--id");
-        m_channel = parser.get_option("--channel");
+        m_arguments.Positional("STATE", {m_state, StateFrom}, "Whether events are shown while other commands run")
+            .Type("on|off")
+            .Excludes({"--count", "--for"});
     }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
@@ -88,48 +82,33 @@ public:
         }
         if (m_state.empty())
         {
-            return m_waiting->Run(environment);
+            return EventsCommand::Run(environment);
         }
-        const std::string channel = m_channel->count() == 0 ? "" : m_channel->results().front();
-        CheckChannelUse(environment, channel);
-        std::vector<int> ids;
-        for (const std::string& id : m_ids->results())
-        {
-            ids.push_back(ParseSigned(id).value_or(0));
-        }
-        m_shell.ShowEvents(environment, ids, channel);
+        CheckChannelUse(environment, Channel());
+        m_shell.ShowEvents(environment, Ids(), Channel());
         return ExitCode::Success;
     }
 
 private:
     Shell& m_shell;
-    const std::unique_ptr<Command> m_waiting = MakeEventsCommand();
     std::string m_state;
-    const CLI::Option* m_ids = nullptr;
-    const CLI::Option* m_channel = nullptr;
 };
 
 class HelpCommand : public Command
 {
 public:
-    explicit HelpCommand(Shell& shell) noexcept : m_shell{shell} {}
-
-    [[nodiscard]] const char* Name() const noexcept override { return "help"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Show what can be typed here"; }
-    [[nodiscard]] HelpText Help() const noexcept override
+    explicit HelpCommand(Shell& shell)
+        : Command{{.name = "help",
+                   .summary = "Show what can be typed here",
+                   .details = "The same as --help, behind a subcommand or alone.",
+                   .examples = "help\nhelp get",
+                   .formats = {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines, OutputFormat::Csv}}},
+          m_shell{shell}
     {
-        return {"The same as --help, behind a subcommand or alone.", "help\nhelp get"};
+        m_arguments.Positional("SUBCOMMAND", m_about, "What to explain").Tab([this] {
+            return m_shell.MakeLine()->CommandNames();
+        });
     }
-    [[nodiscard]] std::vector<OutputFormat> Formats() const override
-    {
-        return {OutputFormat::Text, OutputFormat::Json, OutputFormat::JsonLines, OutputFormat::Csv};
-    }
-    [[nodiscard]] std::vector<std::string> ValuesOf(const std::string&) const override
-    {
-        return m_shell.MakeLine()->CommandNames();
-    }
-
-    void Declare(CLI::App& parser) override { parser.add_option("SUBCOMMAND", m_about, "What to explain"); }
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
@@ -150,15 +129,15 @@ private:
 class ExitCommand : public Command
 {
 public:
-    explicit ExitCommand(Shell& shell) noexcept : m_shell{shell} {}
-
-    [[nodiscard]] const char* Name() const noexcept override { return "exit"; }
-    [[nodiscard]] const char* Description() const noexcept override { return "Leave the shell; quit does so, too"; }
-    [[nodiscard]] HelpText Help() const noexcept override
+    explicit ExitCommand(Shell& shell)
+        : Command{{.name = "exit",
+                   .summary = "Leave the shell; quit does so, too",
+                   .details = "Ends the session. So does the end of the input, which is Ctrl-Z and Enter.",
+                   .examples = "exit\nquit",
+                   .alias = "quit"}},
+          m_shell{shell}
     {
-        return {"Ends the session. So does the end of the input, which is Ctrl-Z and Enter.", "exit\nquit"};
     }
-    void Declare(CLI::App& parser) override { parser.alias("quit"); }
 
     [[nodiscard]] ExitCode Run(Environment&) override
     {
@@ -172,18 +151,19 @@ private:
 
 } // namespace
 
-std::vector<std::unique_ptr<Command>> MakeShellCommands(Shell& shell)
+Commands MakeShellCommands(Shell& shell)
 {
-    std::vector<std::unique_ptr<Command>> commands;
+    Commands commands;
     for (std::unique_ptr<Command>& command : MakeCommands())
     {
-        if (command->Name() == std::string_view{"events"})
+        const CommandInfo& info = command->Info();
+        if (info.name == std::string_view{"events"})
         {
             command = std::make_unique<ShellEventsCommand>(shell);
         }
-        else if (command->WhyNotInShell() != nullptr)
+        else if (info.whyNotInShell != nullptr)
         {
-            command = std::make_unique<RefusedCommand>(std::move(command));
+            command = std::make_unique<RefusedCommand>(info);
         }
         commands.push_back(std::move(command));
     }

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <stdexcept>
 
 namespace Zv::Host
 {
@@ -19,16 +20,6 @@ std::optional<Number> Parse(std::string_view text, Format... format) noexcept
     const char* const end = text.data() + text.size();
     const auto [parsed, error] = std::from_chars(text.data(), end, number, format...);
     return error == std::errc{} && parsed == end ? std::optional{number} : std::nullopt;
-}
-
-std::optional<std::chrono::milliseconds> ParseSeconds(const std::string& text)
-{
-    const std::optional<double> seconds = Parse<double>(text, std::chars_format::fixed);
-    if (!seconds || !(*seconds >= 0.001 && *seconds <= LongestTime))
-    {
-        return std::nullopt;
-    }
-    return std::chrono::milliseconds{std::llround(*seconds * 1000)};
 }
 
 } // namespace
@@ -49,14 +40,34 @@ std::optional<int> ParseSigned(std::string_view text) noexcept
     return bits ? std::optional{static_cast<int>(*bits)} : std::nullopt;
 }
 
-CLI::Option* AddSeconds(CLI::App& parser, const std::string& name, std::optional<std::chrono::milliseconds>& time,
-                        const std::string& description)
+unsigned int NumberFrom(const std::string& text)
 {
-    const auto take = [&time](const std::string& text) { time = ParseSeconds(text); };
-    const auto check = [](const std::string& text) {
-        return ParseSeconds(text) ? std::string{} : "must be seconds from 0.001 to 1000000, not \"" + text + "\"";
-    };
-    return parser.add_option_function<std::string>(name, take, description)->type_name("SECONDS")->check(check);
+    const std::optional<unsigned int> number = ParseUnsigned(text);
+    if (!number)
+    {
+        throw std::invalid_argument{"must be a number from 0 to 4294967295, not \"" + text + '"'};
+    }
+    return *number;
+}
+
+unsigned int CountFrom(const std::string& text)
+{
+    const std::optional<unsigned int> number = ParseUnsigned(text);
+    if (number.value_or(0) == 0)
+    {
+        throw std::invalid_argument{"must be a number from 1 to 4294967295, not \"" + text + '"'};
+    }
+    return *number;
+}
+
+std::chrono::milliseconds SecondsFrom(const std::string& text)
+{
+    const std::optional<double> seconds = Parse<double>(text, std::chars_format::fixed);
+    if (!seconds || !(*seconds >= 0.001 && *seconds <= LongestTime))
+    {
+        throw std::invalid_argument{"must be seconds from 0.001 to 1000000, not \"" + text + '"'};
+    }
+    return std::chrono::milliseconds{std::llround(*seconds * 1000)};
 }
 
 std::string Counted(std::size_t count, const std::string& noun)

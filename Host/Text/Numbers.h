@@ -1,8 +1,6 @@
 // Numbers and times on the command line.
 #pragma once
 
-#include <CLI/App.hpp>
-
 #include <chrono>
 #include <optional>
 #include <string>
@@ -20,9 +18,12 @@ namespace Zv::Host
 // What ParseSigned takes, for error lines.
 inline constexpr char SignedRange[] = "a number from -2147483648 to 4294967295, in decimal or 0x and hexadecimal";
 
-// Declares an option that takes a time in seconds, such as 2 or 0.5.
-CLI::Option* AddSeconds(CLI::App& parser, const std::string& name, std::optional<std::chrono::milliseconds>& time,
-                        const std::string& description);
+// The same as ParseUnsigned, and that from 1 on. Throw std::invalid_argument.
+[[nodiscard]] unsigned int NumberFrom(const std::string& text);
+[[nodiscard]] unsigned int CountFrom(const std::string& text);
+
+// A time in seconds, such as 2 or 0.5. Throws std::invalid_argument.
+[[nodiscard]] std::chrono::milliseconds SecondsFrom(const std::string& text);
 
 // "1 event", "2 events"
 [[nodiscard]] std::string Counted(std::size_t count, const std::string& noun);

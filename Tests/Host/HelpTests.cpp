@@ -111,8 +111,7 @@ TEST(HostHelp, HasExamplesThatTheCommandLineTakes)
         {
             if (line.starts_with("  wmihost "))
             {
-                EXPECT_NO_THROW(
-                    static_cast<void>(Host::CommandLine{Host::MakeCommands()}.Parse(WordsOf(line.substr(2)))))
+                EXPECT_NO_THROW(static_cast<void>(Host::CommandLine{Host::MakeCommands}.Parse(WordsOf(line.substr(2)))))
                     << line;
             }
         }
