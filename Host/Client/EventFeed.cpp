@@ -3,8 +3,6 @@
 #include "Host/Text/Json.h"
 #include "Host/Text/Utf.h"
 
-#include <wbemcli.h>
-
 #include <algorithm>
 
 namespace Zv::Host
@@ -86,19 +84,6 @@ std::size_t EventFeed::Waiting() const noexcept
 {
     return static_cast<std::size_t>(
         std::ranges::count_if(m_commands, [](const auto& command) { return !command->HasEnded(); }));
-}
-
-const char* WhyNoEvents(unsigned int status) noexcept
-{
-    switch (status)
-    {
-    case static_cast<unsigned int>(WBEM_E_INVALID_CLASS):
-        return "this machine has no firmware events: its WMI has no class zvqBEvnt";
-    case static_cast<unsigned int>(WBEM_E_INVALID_NAMESPACE):
-        return "this machine has no firmware events: its WMI has no namespace ROOT\\WMI";
-    default:
-        return nullptr;
-    }
 }
 
 } // namespace Zv::Host

@@ -45,8 +45,4 @@ private:
     std::vector<std::unique_ptr<const PendingCommand>> m_commands;
 };
 
-// What this machine lacks, in plain words, when a registration failed with this status of a call; null when it is
-// something else.
-[[nodiscard]] const char* WhyNoEvents(unsigned int status) noexcept;
-
 } // namespace Zv::Host

@@ -1,8 +1,6 @@
 // What each leg of the program's way took, for --time.
 #pragma once
 
-#include "Host/Terminal/Table.h"
-
 #include <chrono>
 #include <cstddef>
 #include <mutex>
@@ -33,9 +31,14 @@ public:
         const std::size_t m_place;
     };
 
-    // The legs that began after that time, in this order, then the whole time since then. One that has not ended has
-    // what it took so far.
-    [[nodiscard]] Table Since(Clock::time_point begin) const;
+    // The legs that began after that time, in this order. One that has not ended has what it took so far.
+    struct Taken
+    {
+        std::string name;
+        Clock::duration time;
+        bool hasEnded;
+    };
+    [[nodiscard]] std::vector<Taken> Since(Clock::time_point begin) const;
 
 private:
     struct Entry

@@ -1,7 +1,6 @@
 #include "Host/Client/PendingCommand.h"
 
 #include <new>
-#include <system_error>
 #include <utility>
 
 namespace Zv::Host
@@ -15,14 +14,6 @@ namespace
 constexpr DWORD RetryTime = 50;
 
 } // namespace
-
-Signal::Signal() : m_event{CreateEventW(nullptr, FALSE, FALSE, nullptr)}
-{
-    if (!m_event)
-    {
-        throw std::system_error{static_cast<int>(GetLastError()), std::system_category(), "CreateEvent"};
-    }
-}
 
 PendingCommand::PendingCommand(Session& session, unsigned int function, std::wstring request,
                                Session::Progress progress, const Signal& ended)
@@ -74,8 +65,8 @@ void UnregisterUntil(Session& session, const Signal& changed, const std::functio
     }
 }
 
-Reply ExecuteUntilInterrupted(Session& session, const Interruption& interruption, unsigned int function,
-                              std::wstring request, const Session::Progress& progress)
+Reply ExecuteUntilInterrupted(Session& session, HANDLE interrupted, unsigned int function, std::wstring request,
+                              const Session::Progress& progress)
 {
     const Signal ended;
     const auto relay = [&](std::string_view text) {
@@ -90,7 +81,7 @@ Reply ExecuteUntilInterrupted(Session& session, const Interruption& interruption
         }
     };
     const PendingCommand command{session, function, std::move(request), relay, ended};
-    const HANDLE waited[] = {ended.Event(), interruption.Event()};
+    const HANDLE waited[] = {ended.Event(), interrupted};
     static_cast<void>(WaitForMultipleObjects(2, waited, FALSE, INFINITE));
     UnregisterUntil(session, ended, [&] { return command.HasEnded(); });
     return command.Result();

@@ -2,9 +2,8 @@
 #pragma once
 
 #include "Host/Client/Session.h"
-#include "Host/Terminal/Interruption.h"
 
-#include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Signal.h"
 
 #include <windows.h>
 
@@ -17,17 +16,7 @@
 namespace Zv::Host
 {
 
-// An event that one thread sets and one waits for.
-class Signal
-{
-public:
-    Signal(); // throws std::system_error
-    void Set() const noexcept { SetEvent(m_event.Get()); }
-    [[nodiscard]] HANDLE Event() const noexcept { return m_event.Get(); } // reset by the wait
-
-private:
-    Tessel::Server::Shared::Handle m_event;
-};
+using Tessel::Server::Shared::Signal;
 
 // Starts the command at once. The session and the signal must outlive it.
 class PendingCommand
@@ -59,8 +48,8 @@ private:
 // once it waits. `changed` is set when `ended` may have become true.
 void UnregisterUntil(Session& session, const Signal& changed, const std::function<bool()>& ended) noexcept;
 
-// Executes a command that may be the blocking registration: it is told to end when the program is interrupted.
-[[nodiscard]] Reply ExecuteUntilInterrupted(Session& session, const Interruption& interruption, unsigned int function,
+// Executes a command that may be the blocking registration: it is told to end when `interrupted` is set.
+[[nodiscard]] Reply ExecuteUntilInterrupted(Session& session, HANDLE interrupted, unsigned int function,
                                             std::wstring request, const Session::Progress& progress);
 
 } // namespace Zv::Host

@@ -1,7 +1,6 @@
 #include "Host/Client/Session.h"
 
 #include "Host/Text/Utf.h"
-#include "Host/Trace/HostCalls.h"
 
 #include <exception>
 #include <memory>
@@ -61,14 +60,12 @@ private:
 
 Session::Session(ZVService& service, LegTimes& times) : m_service{service}, m_times{times}, m_problems{ClientId}
 {
-    const Tracing::TracedCall call = Tracing::TraceOperation("StartSession");
     std::wstring clientId = ClientId;
     m_service.StartSession(clientId.data(), &m_handle);
 }
 
 Session::~Session()
 {
-    const Tracing::TracedCall call = Tracing::TraceOperation("EndSession");
     m_service.EndSession(&m_handle);
 }
 
@@ -81,7 +78,6 @@ Reply Session::Execute(unsigned int function, std::wstring request, const Progre
         {
             if (progress && !thrown)
             {
-                const Tracing::TracedCall call = Tracing::TraceProgress(function, text);
                 progress(ToUtf8(text));
             }
         }
@@ -100,10 +96,8 @@ Reply Session::Execute(unsigned int function, std::wstring request, const Progre
     ResponseOwner response{m_service};
     Reply reply;
     const LegTimes::Leg leg{m_times, "command " + std::to_string(function)};
-    Tracing::TracedCommand command{function, request};
     reply.code = m_service.ExecuteCommand(m_handle, function, request.data(), response.Receive(),
                                           ProgressCallback{deliver}, nullptr);
-    command.End(reply.code, response.Get());
     if (thrown)
     {
         std::rethrow_exception(thrown);

@@ -59,13 +59,27 @@ void Connection::Redirect(HMODULE module)
     }
 }
 
+Zv::Tessel::Server::Services::ZVService& Connection::Service()
+{
+    Module& module = LoadedModule();
+    if (!m_trace)
+    {
+        return module.Service();
+    }
+    if (!m_tracedService)
+    {
+        m_tracedService.emplace(module.Service());
+    }
+    return *m_tracedService;
+}
+
 Session& Connection::OpenSession()
 {
     if (!m_session)
     {
-        Module& module = LoadedModule();
+        auto& service = Service();
         const LegTimes::Leg starting{*m_times, "starting the session"};
-        m_session.emplace(module.Service(), *m_times);
+        m_session.emplace(service, *m_times);
     }
     return *m_session;
 }

@@ -6,6 +6,7 @@
 #include "Host/Client/Session.h"
 #include "Host/CommandLine/Simulation.h"
 #include "Host/Trace/TraceOptions.h"
+#include "Host/Trace/TracedService.h"
 
 #include <memory>
 #include <optional>
@@ -36,6 +37,8 @@ public:
     ~Connection();
 
     [[nodiscard]] Module& LoadedModule(); // throws Failure(ModuleMissing)
+    // Its service, with the host's calls in the trace where one is written; throws likewise.
+    [[nodiscard]] Zv::Tessel::Server::Services::ZVService& Service();
     [[nodiscard]] Session& OpenSession(); // likewise
 
     // How programs are started for the simulated user. To be set before the module is loaded.
@@ -58,6 +61,7 @@ private:
     std::optional<LegTimes::Leg> m_ending; // before what ends after it began
     Simulator::UserSessionOptions m_userOptions;
     std::optional<Module> m_module;
+    std::optional<Tracing::TracedService> m_tracedService;
     std::unique_ptr<Simulation> m_simulation; // null once it is kept
     Simulation* m_simulated = nullptr;
     std::optional<Session> m_session;

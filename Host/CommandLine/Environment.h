@@ -57,6 +57,7 @@ public:
 
     // Those of the connection.
     [[nodiscard]] Module& LoadedModule() { return m_connection->LoadedModule(); }
+    [[nodiscard]] Zv::Tessel::Server::Services::ZVService& Service() { return m_connection->Service(); }
     [[nodiscard]] Session& OpenSession() { return m_connection->OpenSession(); }
     void SetUserOptions(Simulator::UserSessionOptions options) { m_connection->SetUserOptions(std::move(options)); }
     [[nodiscard]] Simulation* Simulated() noexcept { return m_connection->Simulated(); }

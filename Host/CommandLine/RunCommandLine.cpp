@@ -2,10 +2,12 @@
 
 #include "Host/Explain/ResultCodes.h"
 #include "Host/Terminal/Interruption.h"
+#include "Host/Terminal/Table.h"
 #include "Host/Text/Json.h"
 #include "Host/Trace/TraceLog.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <new>
 #include <optional>
 
@@ -21,6 +23,17 @@ std::string OneLine(std::string text)
     return text;
 }
 
+// "12.345", with blanks in front that align it.
+Table::Cell Milliseconds(LegTimes::Clock::duration time)
+{
+    char text[32];
+    static_cast<void>(
+        std::snprintf(text, sizeof text, "%12.3f", std::chrono::duration<double, std::milli>{time}.count()));
+    Table::Cell cell{text};
+    cell.json = cell.text.substr(cell.text.find_first_not_of(' '));
+    return cell;
+}
+
 void ReportTimes(Console& console, const GlobalOptions& options, const LegTimes& times,
                  LegTimes::Clock::time_point begin)
 {
@@ -28,7 +41,12 @@ void ReportTimes(Console& console, const GlobalOptions& options, const LegTimes&
     {
         return;
     }
-    const Table table = times.Since(begin);
+    Table table{{"leg", "milliseconds"}};
+    for (const LegTimes::Taken& leg : times.Since(begin))
+    {
+        table.Add({leg.name + (leg.hasEnded ? "" : ", not ended"), Milliseconds(leg.time)});
+    }
+    table.Add({"whole", Milliseconds(LegTimes::Clock::now() - begin)});
     console.Prompt(options.PrintsJson() ? JsonObject{}.AddJson("time", table.Json()).Text() + '\n'
                                         : table.Aligned({}, console.ErrorHasColors()));
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Host/CommandLine/Environment.h"
-#include "Host/Watch/LauncherWatch.h"
+#include "Host/Watch/ProblemWatch.h"
 
 #include "Services/Launcher/Launcher.h"
 
@@ -34,7 +34,7 @@ public:
     [[noreturn]] void Fail(const std::string& text) const;
 
 private:
-    LauncherWatch m_watch;
+    ProblemWatch m_watch; // of the launcher
     std::unique_ptr<const Tessel::Server::Services::Launcher> m_launcher;
 };
 

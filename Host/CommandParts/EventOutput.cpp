@@ -1,5 +1,6 @@
 #include "Host/CommandParts/EventOutput.h"
 
+#include "Host/Explain/HResults.h"
 #include "Host/Explain/ResultCodes.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"

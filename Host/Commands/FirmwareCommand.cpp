@@ -7,6 +7,7 @@
 #include "Host/Text/Numbers.h"
 #include "Host/Text/OutputFile.h"
 #include "Host/Text/RequestText.h"
+#include "Host/Watch/LogText.h"
 
 #include <algorithm>
 #include <array>
@@ -97,7 +98,7 @@ wmihost firmware 0x20009 1 --in @block.bin --out 4096 --raw answer.bin)"}}
             reply, FirmwareCommands(), "firmware command " + m_command.text + ", type " + m_type.text);
 
         // Where the module has no bytes to hand out it logs why, and hands out zeros.
-        const bool hasBytes = reply.problem.find("return data") == std::string::npos;
+        const bool hasBytes = !LacksReturnData(reply.problem);
         const JsonValue& result = document.FindMember("result")->value;
         const unsigned int returnCode = ReturnCode(result);
         const Bytes bytes = hasBytes ? ReturnedBytes(result) : Bytes{};

@@ -4,7 +4,6 @@
 #include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
-#include "Host/Trace/HostCalls.h"
 #include "Host/Watch/HotkeyWatch.h"
 
 #include "Simulator/State/Worker.h"
@@ -85,7 +84,7 @@ class Hotkeys
 public:
     explicit Hotkeys(Environment& environment)
         : m_environment{environment},
-          m_service{environment.LoadedModule().Service()},
+          m_service{environment.Service()},
           m_simulation{*environment.Simulated()},
           m_session{environment.OpenSession()}
     {
@@ -99,7 +98,6 @@ public:
     {
         RunBounded(m_environment, "the service's start", [this] {
             m_board = ReadBoardId(m_session);
-            const Tracing::TracedCall call = Tracing::TraceOperation("startup_task");
             m_service.startup_task();
         });
         // The listeners subscribe on threads of their own.

@@ -117,7 +117,7 @@ wmihost run GetWmiClassObjectText - < request.json)",
         Console& output = environment.Output();
 
         const Reply reply = ExecuteUntilInterrupted(
-            environment.OpenSession(), environment.GetInterruption(), m_function.number, std::move(request),
+            environment.OpenSession(), environment.GetInterruption().Event(), m_function.number, std::move(request),
             [&](std::string_view text) {
                 output.WriteLine(json ? JsonObject{}.Add("progress", text).Text() : ProgressLine(text));
             });

@@ -4,7 +4,8 @@
 #include "Host/Doctor/ModuleExamination.h"
 #include "Host/Text/Utf.h"
 #include "Host/Watch/HotkeyWatch.h"
-#include "Host/Watch/LauncherWatch.h"
+#include "Host/Watch/LogText.h"
+#include "Host/Watch/ProblemWatch.h"
 
 #include "Services/Launcher/ApiSet.h"
 #include "Services/Launcher/Launcher.h"
@@ -22,14 +23,6 @@ namespace Services = Tessel::Server::Services;
 using Services::Launcher;
 
 constexpr char NoApps[] = "no hotkey starts a companion app; wmihost package and launch fail";
-
-// What the launcher logs where this Windows lacks the API, without the full stop.
-std::string NoSessionApi()
-{
-    std::string text = ToUtf8(Services::NoSessionApi);
-    text.pop_back();
-    return text;
-}
 
 Finding ExamineToken(const Environment& environment, const Launcher& launcher, const std::shared_ptr<void>& token,
                      bool hasApi)
@@ -75,13 +68,14 @@ Finding ExaminePackage(Environment& environment, const Launcher& launcher, const
 Findings ExamineUser(Environment& environment)
 {
     static_cast<void>(environment.LoadedModule());
-    const LauncherWatch watch;
+    const ProblemWatch ofLauncher;
     const Launcher launcher;
     const std::shared_ptr<void> token = launcher.GetUserTokenForCurrentUser(TokenImpersonation);
 
     const Subject api{std::string{"session API "} + Services::SessionApiSet, NoApps,
                       "Expected on reduced editions of Windows."};
-    const bool hasApi = watch.Problem() != NoSessionApi();
+    // What the launcher logs where this Windows lacks the API.
+    const bool hasApi = ofLauncher.Problem() != WithoutStop(ToUtf8(Services::NoSessionApi));
     Findings findings{hasApi ? api.Ok() : api.Missing(), ExamineToken(environment, launcher, token, hasApi)};
     for (const HotkeyApp& app : HotkeyApps())
     {

@@ -1,5 +1,9 @@
 #include "Host/Explain/HResults.h"
 
+#include <windows.h>
+
+#include <wbemcli.h>
+
 #include <array>
 
 namespace Zv::Host
@@ -66,6 +70,19 @@ const HResultInfo* FindHResult(unsigned int code) noexcept
         }
     }
     return nullptr;
+}
+
+const char* WhyNoEvents(unsigned int status) noexcept
+{
+    switch (status)
+    {
+    case static_cast<unsigned int>(WBEM_E_INVALID_CLASS):
+        return "this machine has no firmware events: its WMI has no class zvqBEvnt";
+    case static_cast<unsigned int>(WBEM_E_INVALID_NAMESPACE):
+        return "this machine has no firmware events: its WMI has no namespace ROOT\\WMI";
+    default:
+        return nullptr;
+    }
 }
 
 } // namespace Zv::Host

@@ -20,4 +20,8 @@ struct HResultInfo
 // Null for a code that is not in the table.
 [[nodiscard]] const HResultInfo* FindHResult(unsigned int code) noexcept;
 
+// What this machine lacks, in plain words, when a registration failed with this status of a call; null when it is
+// something else.
+[[nodiscard]] const char* WhyNoEvents(unsigned int status) noexcept;
+
 } // namespace Zv::Host

@@ -1,8 +1,9 @@
 // Lines that come while somebody may be typing.
 #pragma once
 
-#include "Host/Client/PendingCommand.h"
 #include "Host/Terminal/Console.h"
+
+#include "Platform/Windows/Signal.h"
 
 #include <mutex>
 #include <string>
@@ -30,7 +31,7 @@ public:
 
 private:
     Console& m_console;
-    const Signal m_kept;
+    const Tessel::Server::Shared::Signal m_kept;
     std::mutex m_mutex;
     bool m_held = false; // guarded by m_mutex
     std::string m_lines; // guarded by m_mutex

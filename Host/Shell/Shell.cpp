@@ -2,7 +2,6 @@
 
 #include "Host/CommandLine/RunCommandLine.h"
 #include "Host/Shell/Prompt.h"
-#include "Host/Shell/ShellCommands.h"
 #include "Host/Shell/Words.h"
 #include "Host/Terminal/ConsoleInput.h"
 #include "Host/Text/Failure.h"
@@ -48,8 +47,9 @@ public:
 
 } // namespace
 
-Shell::Shell(Environment& environment)
+Shell::Shell(Environment& environment, MakeCommands& makeCommands)
     : m_environment{environment},
+      m_makeCommands{makeCommands},
       m_console{environment.Output()},
       m_defaults{DefaultsOf(environment.Options())},
       m_notices{m_console}
@@ -153,7 +153,7 @@ ExitCode Shell::RunLine(const std::string& line, const std::string& place)
 
 std::unique_ptr<CommandLine> Shell::MakeLine()
 {
-    auto line = std::make_unique<CommandLine>([this] { return MakeShellCommands(*this); }, m_defaults);
+    auto line = std::make_unique<CommandLine>([this] { return m_makeCommands(*this); }, m_defaults);
     for (const char* const option : {"--module", "--simulate", "--color"})
     {
         line->Refuse(option, "goes with wmihost shell itself, whose one session all lines have");

@@ -19,7 +19,10 @@ namespace Zv::Host
 class Shell
 {
 public:
-    explicit Shell(Environment& environment);
+    // Those that a line may begin with.
+    using MakeCommands = Commands(Shell& shell);
+
+    Shell(Environment& environment, MakeCommands& makeCommands);
     Shell(const Shell&) = delete;
     Shell& operator=(const Shell&) = delete;
     ~Shell() = default;
@@ -44,6 +47,7 @@ private:
     void ReportEndOfEvents();
 
     Environment& m_environment;
+    MakeCommands& m_makeCommands;
     Console& m_console;
     const GlobalOptions m_defaults;
     Notices m_notices;

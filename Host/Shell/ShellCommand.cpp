@@ -1,5 +1,6 @@
 #include "Host/Commands/CommandTable.h"
 #include "Host/Shell/Shell.h"
+#include "Host/Shell/ShellCommands.h"
 #include "Host/Terminal/ConsoleInput.h"
 
 namespace Zv::Host
@@ -39,7 +40,7 @@ wmihost shell --keep-going < commands.txt)",
 
     [[nodiscard]] ExitCode Run(Environment& environment) override
     {
-        Shell shell{environment};
+        Shell shell{environment, MakeShellCommands};
         return InputIsConsole() ? shell.Talk() : shell.RunScript(m_keepGoing);
     }
 

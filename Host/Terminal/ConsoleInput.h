@@ -1,10 +1,10 @@
 // Standard input, line by line.
 #pragma once
 
-#include "Host/Client/PendingCommand.h"
 #include "Host/Terminal/Interruption.h"
 
 #include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Signal.h"
 
 #include <cstddef>
 #include <optional>
@@ -38,7 +38,7 @@ private:
 
     const Interruption& m_interruption;
     const Tessel::Server::Shared::Handle m_reader;
-    const Signal m_over;
+    const Tessel::Server::Shared::Signal m_over;
     std::thread m_watch; // last: works with all of the above
 };
 

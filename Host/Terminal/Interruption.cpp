@@ -1,22 +1,21 @@
 #include "Host/Terminal/Interruption.h"
 
-#include "Platform/Windows/Handle.h"
 #include "Platform/Windows/Lock.h"
+#include "Platform/Windows/Signal.h"
 #include "Simulator/State/Worker.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <string>
-#include <system_error>
 #include <utility>
 
 namespace Zv::Host
 {
 
 using std::chrono::milliseconds;
-using Tessel::Server::Shared::Handle;
 using Tessel::Server::Shared::Lock;
 using Tessel::Server::Shared::LockGuard;
+using Tessel::Server::Shared::Signal;
 
 namespace
 {
@@ -24,21 +23,6 @@ namespace
 constexpr DWORD Grace = 5000;       // for the program's own end
 constexpr DWORD ReportTime = 1000;  // for the last words
 constexpr DWORD ConsoleTime = 4500; // a closed console's processes are ended after 5 s
-
-Handle MakeEvent()
-{
-    Handle event{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    if (!event)
-    {
-        throw std::system_error{static_cast<int>(GetLastError()), std::system_category(), "CreateEvent"};
-    }
-    return event;
-}
-
-bool IsSignalled(const Handle& event, DWORD limit = 0) noexcept
-{
-    return WaitForSingleObject(event.Get(), limit) == WAIT_OBJECT_0;
-}
 
 // "1.5 s"
 std::string SecondsText(milliseconds time)
@@ -68,8 +52,8 @@ void ReportQuietly(const Interruption::Report& report, const Failure& failure) n
 
 struct Interruption::State
 {
-    Handle happened = MakeEvent();
-    Handle over = MakeEvent(); // the program has come to its end
+    const Signal happened{Signal::Reset::Never};
+    const Signal over{Signal::Reset::Never}; // the program has come to its end
     std::atomic<bool> byUser = false;
     CtrlC ctrlC = CtrlC::Interrupts;
     std::shared_ptr<State> outer; // that of the interruption around this one
@@ -77,7 +61,7 @@ struct Interruption::State
     void InterruptByUser() noexcept
     {
         byUser = true;
-        SetEvent(happened.Get());
+        happened.Set();
     }
 
     static inline Lock lock;
@@ -106,18 +90,18 @@ Interruption::~Interruption()
         const LockGuard held{State::lock};
         State::current = m_state->outer;
     }
-    SetEvent(m_state->over.Get());
+    m_state->over.Set();
     m_watch.join();
 }
 
 HANDLE Interruption::Event() const noexcept
 {
-    return m_state->happened.Get();
+    return m_state->happened.Event();
 }
 
 bool Interruption::Wait(milliseconds limit) const noexcept
 {
-    return IsSignalled(m_state->happened, static_cast<DWORD>(limit.count()));
+    return m_state->happened.Wait(static_cast<DWORD>(limit.count()));
 }
 
 bool Interruption::IsByUser() const noexcept
@@ -184,25 +168,25 @@ BOOL WINAPI Interruption::OnControl(DWORD type) noexcept
         state->InterruptByUser();
     }
     state->InterruptByUser();
-    static_cast<void>(IsSignalled(state->over, ConsoleTime)); // the process ends when this returns
+    static_cast<void>(state->over.Wait(ConsoleTime)); // the process ends when this returns
     return TRUE;
 }
 
 void Interruption::Watch() const noexcept
 {
-    const HANDLE waited[] = {m_state->over.Get(), m_state->happened.Get()};
+    const HANDLE waited[] = {m_state->over.Event(), m_state->happened.Event()};
     const DWORD limit = m_timeout ? static_cast<DWORD>(m_timeout->count()) : INFINITE;
     switch (WaitForMultipleObjects(2, waited, FALSE, limit))
     {
     case WAIT_OBJECT_0:
         return;
     case WAIT_TIMEOUT:
-        SetEvent(m_state->happened.Get());
+        m_state->happened.Set();
         break;
     default:
         break;
     }
-    if (!IsSignalled(m_state->over, Grace))
+    if (!m_state->over.Wait(Grace))
     {
         const Failure reason = Reason();
         EndProcess(Failure{reason.Code(), std::string{reason.what()} + "; a call that hangs was left"});

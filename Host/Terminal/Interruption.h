@@ -25,7 +25,7 @@ class Interruption
 public:
     using Report = std::function<void(const Failure&)>;
 
-    // Whose Ctrl-C it is while none lives inside.
+    // What Ctrl-C does to the innermost one.
     enum class CtrlC
     {
         Interrupts,

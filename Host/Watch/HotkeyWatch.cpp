@@ -1,7 +1,8 @@
 #include "Host/Watch/HotkeyWatch.h"
 
-#include "Host/Client/EventFeed.h"
+#include "Host/Explain/HResults.h"
 #include "Host/Text/Utf.h"
+#include "Host/Watch/LogText.h"
 
 #include <algorithm>
 #include <new>
@@ -111,11 +112,9 @@ std::string HotkeyWatch::TakeProblems()
 {
     const std::lock_guard held{m_mutex};
     std::string line;
-    for (const std::wstring& problem : std::exchange(m_problems, {}))
+    for (const std::string& problem : std::exchange(m_problems, {}))
     {
-        std::string text = ToUtf8(problem);
-        text.erase(text.find_last_not_of(".:") + 1);
-        line += (line.empty() ? "" : "; ") + text;
+        line += (line.empty() ? "" : "; ") + std::string{WithoutStop(problem)};
     }
     return line;
 }
@@ -150,10 +149,9 @@ void HotkeyWatch::Keep(Logging::Level level, std::wstring_view text)
             return;
         }
     }
-    // The launcher writes that one line when all is well.
-    if (level != Logging::Level::Info && text != L"Problem while impersonating logged in user.")
+    if (std::string line = ToUtf8(text); level != Logging::Level::Info && !IsHarmless(line))
     {
-        m_problems.emplace_back(text);
+        m_problems.push_back(std::move(line));
     }
 }
 

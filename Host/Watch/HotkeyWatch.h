@@ -66,7 +66,7 @@ private:
 
     mutable std::mutex m_mutex;
     std::array<App, HotkeyAppCount> m_apps{};               // guarded by m_mutex
-    std::vector<std::wstring> m_problems;                   // guarded by m_mutex
+    std::vector<std::string> m_problems;                    // guarded by m_mutex
     std::array<ProblemWatch, HotkeyAppCount> m_subscribing; // of the listeners' sessions
     Logging::ScopedSink m_sink;                             // last: removed before the rest goes
 };
