@@ -14,7 +14,7 @@ namespace
 {
 
 // Who pressed a key waits.
-constexpr DWORD Limit = 2000;
+constexpr DWORD NamesLimit = 2000;
 
 class CompleteCommand : public Command
 {
@@ -55,7 +55,7 @@ wmihost complete --new -- --simulate machine.json get Win32_BIOS)",
                 return ExitCode::Success; // the command that is being typed will say it
             }
         }
-        MachineNames names{machine ? &*machine : nullptr, Limit};
+        MachineNames names{machine ? &*machine : nullptr, NamesLimit};
         const Completion completion = Complete(line, m_words, begin, names.Source());
         std::string output = completion.files ? ":files\n" : "";
         for (const std::string& word : completion.words)

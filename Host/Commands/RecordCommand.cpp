@@ -263,7 +263,7 @@ private:
     std::string m_nameSpace = "ROOT\\CIMV2";
     bool m_complete = false;
     bool m_schemaOnly = false;
-    std::size_t m_limit = 0;
+    unsigned int m_limit = 0;
     unsigned int m_patience = 30;
 };
 

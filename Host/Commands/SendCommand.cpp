@@ -18,7 +18,7 @@ namespace
 
 // How long a simulation that is just starting is waited for.
 constexpr std::chrono::seconds Patience{5};
-constexpr std::chrono::milliseconds RetryTime{50};
+constexpr std::chrono::milliseconds ChannelRetryTime{50};
 
 class SendCommand : public Command
 {
@@ -91,7 +91,7 @@ private:
                                       "; is \"wmihost events --simulate FILE --channel " + m_channel + "\" running?"};
                 }
             }
-            if (interruption.Wait(RetryTime))
+            if (interruption.Wait(ChannelRetryTime))
             {
                 interruption.Check();
             }

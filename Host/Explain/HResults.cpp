@@ -12,7 +12,7 @@ namespace Zv::Host
 namespace
 {
 
-constexpr std::array Table = {
+constexpr std::array StatusTable = {
     HResultInfo{0x80004001, "E_NOTIMPL", "not offered by this system", "This system's WMI lacks the operation."},
     HResultInfo{0x80004003, "E_POINTER", "a part of WMI is missing",
                 "This system's WMI lacks the unsecured apartment, through which events are delivered."},
@@ -57,12 +57,12 @@ constexpr std::array Table = {
 
 std::span<const HResultInfo> AllHResults() noexcept
 {
-    return Table;
+    return StatusTable;
 }
 
 const HResultInfo* FindHResult(unsigned int code) noexcept
 {
-    for (const HResultInfo& info : Table)
+    for (const HResultInfo& info : StatusTable)
     {
         if (info.code == code)
         {

@@ -14,7 +14,7 @@ constexpr const char* OtherFirmware = "Compare what wmihost record writes of the
 constexpr const char* OutOfMemory = "End programs that are not needed.";
 constexpr const char* SeeStatus = "wmihost explain HRESULT says what the status means.";
 
-constexpr std::array Table = {
+constexpr std::array LogTable = {
     // Requests and responses
     LogLineInfo{"warning", "{argument} cannot be null", "UtilHelper.NullChecker",
                 "The host called ExecuteCommand without a request (message) or without a place for the response "
@@ -320,7 +320,7 @@ constexpr std::array Table = {
 
 std::span<const LogLineInfo> AllLogLines() noexcept
 {
-    return Table;
+    return LogTable;
 }
 
 } // namespace Zv::Host

@@ -14,7 +14,7 @@ namespace
 
 namespace Services = Zv::Tessel::Server::Services;
 
-constexpr std::array Table = {
+constexpr std::array ResultTable = {
     ResultCodeInfo{Services::Success, "Success", "success", "", ""},
     ResultCodeInfo{Services::UnsupportedFunction, "UnsupportedFunction", "unsupported function",
                    "The function number names no command.", "Use 2, 4, 8, 16, 32, 64, 128 or 256."},
@@ -83,14 +83,14 @@ constexpr std::array Table = {
 
 std::span<const ResultCodeInfo> AllResultCodes() noexcept
 {
-    return Table;
+    return ResultTable;
 }
 
 const ResultCodeInfo* FindResultCode(int code) noexcept
 {
-    const auto* const found = std::find_if(Table.data(), Table.data() + Table.size(),
+    const auto* const found = std::find_if(ResultTable.data(), ResultTable.data() + ResultTable.size(),
                                            [code](const ResultCodeInfo& i) { return i.code == code; });
-    return found != Table.data() + Table.size() ? found : nullptr;
+    return found != ResultTable.data() + ResultTable.size() ? found : nullptr;
 }
 
 std::string HexCode(int code)

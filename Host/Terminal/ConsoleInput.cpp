@@ -19,7 +19,7 @@ namespace
 {
 
 constexpr DWORD RetryTime = 20;
-constexpr DWORD ConsoleTime = 100;
+constexpr DWORD EnterTime = 100; // for the console to end the line
 
 std::atomic<std::size_t> g_linesRead = 0;
 
@@ -167,11 +167,11 @@ void ReadBreaker::Watch() const noexcept
         do
         {
             CancelSynchronousIo(m_reader.Get()); // fails while the thread is about to read
-        } while (WaitForSingleObject(m_over.Event(), RetryTime) != WAIT_OBJECT_0);
+        } while (!m_over.Wait(RetryTime));
     }
     // Some consoles end a line by themselves when Ctrl-C is pressed; in others, a read that is cancelled would live on
     // and take the next line.
-    else if (WaitForSingleObject(m_over.Event(), ConsoleTime) != WAIT_OBJECT_0)
+    else if (!m_over.Wait(EnterTime))
     {
         PressEnter();
     }

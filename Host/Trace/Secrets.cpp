@@ -19,7 +19,7 @@ namespace
 
 // A shorter text would be found by chance in others: it is hidden only where it stands alone.
 constexpr std::size_t ShortestWithin = 4;
-constexpr std::size_t LongestText = 400;
+constexpr std::size_t LongestJson = 400;
 
 std::wstring TextOf(const JsonValue& value)
 {
@@ -38,12 +38,12 @@ void SetText(JsonValue& value, const std::string& text, JsonDocument& document)
 
 std::string Cut(std::string text)
 {
-    if (text.size() <= LongestText)
+    if (text.size() <= LongestJson)
     {
         return text;
     }
     const std::string size = std::to_string(text.size());
-    std::size_t end = LongestText;
+    std::size_t end = LongestJson;
     while ((static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
     {
         --end; // not within a character

@@ -59,6 +59,7 @@ TEST(HostCompletion, KnowsWhatTheCommandLineDeclares)
         {"x", {"get", "--simulate"}, ":files\n"},
         {"", {"check"}, ":files\n"},
         {"0x8001", {"explain", "--json"}, "0x80010106\n0x80010119\n"},
+        {"0x8001", {"explain", "--timeout"}, ""}, // which takes no code
         {"--x", {"get"}, ""},
         {"", {"fetch"}, ""},
         {"--all", {"get", "--", "x"}, ""},

@@ -79,5 +79,15 @@ TEST(HostProblem, KeepsTheLastAndForgetsOnDemand)
     EXPECT_EQ(watch.Problem(), "");
 }
 
+TEST(HostProblem, OfTheLauncherIsItsLastLineAndNotTheOneThatItWritesWhenAllIsWell)
+{
+    const Host::ProblemWatch ofLauncher;
+    Logger().LogWarning(L"Problem while expanding path.");
+    Logger().LogWarning(L"Problem while impersonating logged in user.");
+    Logger().LogWarning(CreateLoggingData(FailedCall, L"client"), "class A", "B", L"F", 1U);
+    EXPECT_EQ(ofLauncher.Problem(), "Problem while expanding path");
+    EXPECT_EQ(ofLauncher.Status(), 0U);
+}
+
 } // namespace
 } // namespace Zv::Testing
