@@ -91,6 +91,8 @@ void AddCom(std::vector<ImportEntry>& table)
     const std::initializer_list<ImportEntry> rows = {
         Shown<"CoInitializeEx", decltype(CoInitializeEx)>(Status, {NotShown, In("apartment", &OneOf<Apartments>)}),
         Shown<"CoUninitialize", decltype(CoUninitialize)>(Nothing, {}),
+        Shown<"CoIncrementMTAUsage", decltype(CoIncrementMTAUsage)>(Status, {Out("cookie")}),
+        Shown<"CoDecrementMTAUsage", decltype(CoDecrementMTAUsage)>(Status, {In("cookie")}),
         Shown<"CoInitializeSecurity", decltype(CoInitializeSecurity)>(
             Status, {NotShown, NotShown, NotShown, NotShown, In("authentication", &OneOf<AuthenticationLevels>),
                      In("impersonation", &OneOf<ImpersonationLevels>), NotShown, In("capabilities")}),

@@ -52,7 +52,11 @@ HRESULT BiosWmiEvent::SetupSink(const wchar_t* eventName, const wchar_t* logCont
             hr = Subscribe(eventName, logContext, log);
         }
         active = SUCCEEDED(hr);
-        if (!active)
+        if (active)
+        {
+            mtaUsage.Take();
+        }
+        else
         {
             ReleaseSubscription();
         }
@@ -138,6 +142,7 @@ void BiosWmiEvent::ReleaseSubscription() noexcept
     // Pairs with the CoInitializeEx of SetupSink, but runs on the thread that ends the session and also where joining
     // COM failed: by contract it is not balanced per thread.
     CoUninitialize();
+    mtaUsage.Release();
 }
 
 int BiosWmiEvent::AddEventId(int id)

@@ -3,6 +3,7 @@
 
 #include "Logging/Logging.h"
 #include "Platform/Com/ComPtr.h"
+#include "Platform/Com/MtaUsage.h"
 #include "Platform/Windows/Lock.h"
 #include "Shared/Log/ClassLog.h"
 
@@ -43,6 +44,7 @@ public:
     // memory runs out. After either there is no subscription and nothing is held.
     //
     // Joins the calling thread to COM. Only the end of the subscription leaves COM again, on whatever thread that is.
+    // The subscription does not need the thread: it holds the multithreaded apartment itself.
     [[nodiscard]] HRESULT SetupSink(const wchar_t* eventName, const wchar_t* logContext);
 
     // The sink of the subscription, null when there is none. It stays valid as long as the session does.
@@ -76,6 +78,7 @@ private:
     ComPtr<IUnknown> stub;            // stands for the sink in the unsecured apartment
     ComPtr<IWbemObjectSink> stubSink; // the stub as WMI calls it
     std::set<int> eventIds;           // kept also while there is no subscription
+    MtaUsage mtaUsage;                // held as long as the subscription lives; released last
 };
 
 } // namespace Zv::Tessel::Server::Shared::WMI

@@ -33,7 +33,7 @@ TEST_F(Subscription, IsMadeInThisOrderWithTheseArguments)
     EXPECT_EQ(Narrow(Register(Filter(5)).text), "{\"result\":0}");
 
     std::vector<std::wstring> connection = Connection();
-    ASSERT_EQ(connection.size(), 8u);
+    ASSERT_EQ(connection.size(), 9u);
     EXPECT_THAT(Narrow(connection[0]), ::testing::StartsWith(Narrow(Initialize))); // S_OK or S_FALSE
     EXPECT_THAT(Narrow(connection[1]),
                 ::testing::StartsWith("CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)"));
@@ -46,7 +46,8 @@ TEST_F(Subscription, IsMadeInThisOrderWithTheseArguments)
                     L"CoCreateInstance(CLSID_UnsecuredApartment, null, 4, IID_IUnsecuredApartment, ptr) = 0x00000000",
                     L"IUnsecuredApartment::CreateObjectStub(ptr) = 0x00000000",
                     L"IWbemServices::ExecNotificationQueryAsync(\"WQL\", \"SELECT * from zvqBEvnt\", 128, null, ptr) = "
-                    L"0x00000000"));
+                    L"0x00000000",
+                    L"CoIncrementMTAUsage(ptr) = 0x00000000"));
     EXPECT_THAT(Log(), IsEmpty());
 }
 
@@ -73,9 +74,46 @@ TEST_F(Subscription, IsCancelledAndReleasedInThisOrderWithItsSession)
 
     EXPECT_THAT(Connection(), ElementsAre(L"IWbemServices::CancelAsyncCall(ptr) = 0x00000000", L"Stub::Release() = 0",
                                           L"IUnsecuredApartment::Release() = 0", L"IWbemServices::Release() = 0",
-                                          L"IWbemLocator::Release() = 0", L"CoUninitialize()"));
+                                          L"IWbemLocator::Release() = 0", L"CoUninitialize()",
+                                          L"CoDecrementMTAUsage(ptr) = 0x00000000"));
     EXPECT_THAT(transcript.Of({L"OutputDebugStringW("}),
                 ElementsAre(L"OutputDebugStringW(\"Call complete. hResult = 0x80041032\n\")"));
+}
+
+TEST_F(Subscription, IsMadeAllTheSameWhenTheApartmentCannotBeHeld)
+{
+    for (const HRESULT refused : {E_OUTOFMEMORY, E_UNEXPECTED})
+    {
+        Fail("CoIncrementMTAUsage", Fault::Nth(1, refused));
+
+        EXPECT_EQ(Narrow(Register(Filter(5)).text), "{\"result\":0}");
+        session->End();
+
+        EXPECT_THAT(Log(), IsEmpty());
+        EXPECT_EQ(plan.Calls("CoIncrementMTAUsage"), 1);
+        EXPECT_EQ(plan.Calls("CoDecrementMTAUsage"), 0) << "only what was taken is given back";
+        session.emplace(service->Get(), ClientId);
+        plan.Clear();
+    }
+}
+
+TEST_F(Subscription, DoesNotGiveTheApartmentBackWhileTheProcessEnds)
+{
+    CO_MTA_USAGE_COOKIE hold = nullptr;
+    calls->Replace<"CoIncrementMTAUsage", decltype(CoIncrementMTAUsage)>([&](CO_MTA_USAGE_COOKIE* cookie) {
+        const HRESULT hr = CoIncrementMTAUsage(cookie);
+        hold = *cookie;
+        return hr;
+    });
+    EXPECT_EQ(Register(Filter(5)).code, 0);
+    calls->Replace<"RtlDllShutdownInProgress", BOOLEAN()>([]() -> BOOLEAN { return TRUE; });
+
+    session->End();
+
+    EXPECT_EQ(plan.Calls("CoDecrementMTAUsage"), 0);
+    ASSERT_NE(hold, nullptr);
+    CoDecrementMTAUsage(hold);
+    ledgers.mtaUsages.Given(hold);
 }
 
 TEST_F(Subscription, OfASessionThatNeverRegisteredDoesNotExist)

@@ -155,11 +155,13 @@ private:
         // The launcher names a provider when there is no logger: one that refuses leaves it without.
         With(EveryGroup, "_ZN7Logging10LogManager11SetProviderEPKw", Effect::Silence);
         // What gives something back has no failure that changes anything.
-        for (const std::string_view release :
-             {"VariantClear", "SafeArrayDestroy", "DestroyEnvironmentBlock", "HeapFree", "ClosePackageInfo"})
+        for (const std::string_view release : {"VariantClear", "SafeArrayDestroy", "DestroyEnvironmentBlock",
+                                               "HeapFree", "ClosePackageInfo", "CoDecrementMTAUsage"})
         {
             Same(EveryGroup, release);
         }
+        // A subscription whose apartment cannot be held is as good as any while its thread lives.
+        Same(EveryGroup, "CoIncrementMTAUsage");
         // Memory: a general failure, or it was not needed.
         for (const std::string_view memory : {"malloc", "calloc", "realloc", "SysAllocString"})
         {

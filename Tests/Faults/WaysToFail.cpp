@@ -99,6 +99,8 @@ const Table& Failing()
             {"?SetProvider@LogManager@Logging@@SA_NPEB_W@Z", noText},
             // COM.
             {"CoInitializeEx", Gives({RPC_E_CHANGED_MODE, E_OUTOFMEMORY, E_UNEXPECTED, E_INVALIDARG})},
+            {"CoIncrementMTAUsage", Gives({E_OUTOFMEMORY, E_UNEXPECTED})},
+            {"CoDecrementMTAUsage", Gives({E_INVALIDARG}, Done)},
             {"CoInitializeSecurity", Gives({RPC_E_TOO_LATE, RPC_E_NO_GOOD_SECURITY_PACKAGES, E_OUTOFMEMORY})},
             {"CoCreateInstance", Gives({REGDB_E_CLASSNOTREG, CLASS_E_NOAGGREGATION, E_NOINTERFACE, E_POINTER})},
             {"CoSetProxyBlanket", Gives({E_INVALIDARG, E_NOINTERFACE, RPC_E_DISCONNECTED})},

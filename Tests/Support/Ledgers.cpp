@@ -149,6 +149,7 @@ std::wstring Ledgers::Outstanding() const
     list(L"handle", handles);
     list(L"environment block", environments);
     list(L"text of a UUID", uuidTexts);
+    list(L"hold on the multithreaded apartment", mtaUsages);
     count(L"running threads", static_cast<int>(threads.Running()));
     if (const std::wstring joins = comJoins.Uneven(); !joins.empty())
     {

@@ -1,5 +1,5 @@
 // What the module holds: heap blocks, kernel handles and tokens, environment blocks, threads, joins of COM,
-// impersonation.
+// holds on its multithreaded apartment, impersonation.
 #pragma once
 
 #include "Platform/Windows/Lock.h"
@@ -92,6 +92,7 @@ struct Ledgers
     Ledger environments;
     Threads threads;
     Ledger uuidTexts;                        // of UuidToStringW
+    Ledger mtaUsages;                        // cookies of CoIncrementMTAUsage
     ComJoins comJoins;                       // CoInitializeEx that succeeded less CoUninitialize
     std::atomic<int> impersonations = 0;     // ImpersonateLoggedOnUser that succeeded less RevertToSelf
     std::atomic<int> accessedSafeArrays = 0; // SafeArrayAccessData less SafeArrayUnaccessData

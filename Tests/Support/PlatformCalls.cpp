@@ -92,6 +92,15 @@ void PlatformCalls::WatchCom()
     Watch<"CoUninitialize", decltype(CoUninitialize)>(Traced::Yes).given = [](Ledgers& ledgers) {
         ledgers.comJoins.Left();
     };
+    Watch<"CoIncrementMTAUsage", decltype(CoIncrementMTAUsage)>(Traced::Yes).taken = [](Ledgers& ledgers, HRESULT hr,
+                                                                                        CO_MTA_USAGE_COOKIE* cookie) {
+        if (SUCCEEDED(hr))
+        {
+            ledgers.mtaUsages.Taken(*cookie, L"CoIncrementMTAUsage");
+        }
+    };
+    Watch<"CoDecrementMTAUsage", decltype(CoDecrementMTAUsage)>(Traced::Yes).given =
+        [](Ledgers& ledgers, CO_MTA_USAGE_COOKIE cookie) { ledgers.mtaUsages.Given(cookie); };
     Watch<"CoInitializeSecurity", decltype(CoInitializeSecurity)>(Traced::Yes);
     Watch<"CoCreateInstance", decltype(CoCreateInstance)>(Traced::Yes);
     Watch<"CoSetProxyBlanket", decltype(CoSetProxyBlanket)>(Traced::Yes);
