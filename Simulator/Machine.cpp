@@ -129,6 +129,10 @@ HRESULT Machine::CreateInstance(REFCLSID classId, IUnknown* outer, DWORD context
     }
     const Site site = locator ? Site::CreateLocator : Site::CreateUnsecuredApartment;
     return m_core->gate.Call(site, {}, [&]() -> HRESULT {
+        if (Apartment::Current() == nullptr)
+        {
+            return CO_E_NOTINITIALIZED;
+        }
         if (outer != nullptr)
         {
             return CLASS_E_NOAGGREGATION;

@@ -23,6 +23,21 @@ using Tessel::Server::Shared::WMI::Variant;
 namespace
 {
 
+HRESULT SetBlanket(IUnknown* proxy)
+{
+    return CoSetProxyBlanket(proxy, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                             RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+}
+
+// An enumerator that is no proxy needs none.
+void SetBlanketOf(const ComPtr<IEnumWbemClassObject>& enumerator)
+{
+    if (enumerator)
+    {
+        static_cast<void>(SetBlanket(enumerator.Get()));
+    }
+}
+
 [[noreturn]] void Fail(const std::string& what, HRESULT status)
 {
     throw Failure{ExitCode::CommandFailed, what + ": " + StatusText(status)};
@@ -78,8 +93,7 @@ WmiClient::WmiClient(Simulator::Machine* machine, const std::wstring& nameSpace)
     }
     if (SUCCEEDED(hr))
     {
-        hr = CoSetProxyBlanket(m_services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
-                               RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+        hr = SetBlanket(m_services.Get());
     }
     if (FAILED(hr))
     {
@@ -103,6 +117,7 @@ HRESULT WmiClient::Query(const std::wstring& query, ComPtr<IEnumWbemClassObject>
     const HRESULT hr =
         m_services->ExecQuery(Bstr{L"WQL"}.Get(), Bstr{query.c_str()}.Get(),
                               WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY, nullptr, instances.Receive());
+    SetBlanketOf(instances);
     return SUCCEEDED(hr) && !instances ? E_FAIL : hr;
 }
 
@@ -112,6 +127,7 @@ std::vector<std::wstring> WmiClient::ClassNames() const
     ComPtr<IEnumWbemClassObject> classes;
     HRESULT hr = m_services->CreateClassEnum(nullptr, WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY, nullptr,
                                              classes.Receive());
+    SetBlanketOf(classes);
     while (SUCCEEDED(hr) && classes)
     {
         ComPtr<IWbemClassObject> found;

@@ -12,7 +12,7 @@ namespace Zv::Simulator
 class CallResult final : public ComObject<IWbemCallResult, ObjectKind::CallResult>
 {
 public:
-    CallResult(CorePtr core, PendingCallPtr call) noexcept : ComObject{std::move(core)}, m_call{std::move(call)} {}
+    CallResult(CorePtr core, PendingCallPtr call) : ComObject{std::move(core)}, m_call{std::move(call)} {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
     HRESULT STDMETHODCALLTYPE GetResultObject(LONG timeout, IWbemClassObject** object) override;

@@ -84,11 +84,7 @@ std::wstring TypeDetail(const VARIANT* value, CIMTYPE type)
 
 } // namespace
 
-ClassObject::ClassObject(CorePtr core, ObjectPtr object) noexcept
-    : ComObject{std::move(core)},
-      m_object{std::move(object)}
-{
-}
+ClassObject::ClassObject(CorePtr core, ObjectPtr object) : ComObject{std::move(core)}, m_object{std::move(object)} {}
 
 ObjectPtr ClassObject::Content() const
 {

@@ -19,7 +19,7 @@ namespace Zv::Simulator
 class ClassObject final : public ComObject<IWbemClassObject, ObjectKind::ClassObject>
 {
 public:
-    ClassObject(CorePtr core, ObjectPtr object) noexcept;
+    ClassObject(CorePtr core, ObjectPtr object);
 
     // The content as it is now.
     [[nodiscard]] ObjectPtr Content() const;

@@ -21,7 +21,7 @@ void Store(T* target, T value) noexcept
 
 } // namespace
 
-ClientSecurity::ClientSecurity(CorePtr core, IUnknown& proxy, std::shared_ptr<Blanket> blanket) noexcept
+ClientSecurity::ClientSecurity(CorePtr core, IUnknown& proxy, std::shared_ptr<Blanket> blanket)
     : ComObject{std::move(core)},
       m_proxy{&proxy},
       m_blanket{std::move(blanket)}

@@ -4,6 +4,7 @@
 #include "Simulator/Com/ComObject.h"
 
 #include <objidl.h>
+#include <wbemcli.h>
 
 #include <memory>
 
@@ -13,12 +14,22 @@ namespace Zv::Simulator
 // The security settings of one proxy, which outlive the interface that they are set through.
 struct Blanket
 {
+    // A proxy starts with the process's own settings.
+    explicit Blanket(const ProcessSecurity& process) noexcept : impersonationLevel{process.impersonation} {}
+
+    // WMI acts as its client; an identity alone opens nothing.
+    [[nodiscard]] HRESULT CheckAccess()
+    {
+        const Tessel::Server::Shared::LockGuard held{lock};
+        return impersonationLevel < RPC_C_IMP_LEVEL_IMPERSONATE ? Status(WBEM_E_ACCESS_DENIED) : S_OK;
+    }
+
     Tessel::Server::Shared::Lock lock;
     // All guarded by lock.
     DWORD authentication = RPC_C_AUTHN_WINNT;
     DWORD authorization = RPC_C_AUTHZ_NONE;
     DWORD authenticationLevel = RPC_C_AUTHN_LEVEL_CONNECT;
-    DWORD impersonationLevel = RPC_C_IMP_LEVEL_IDENTIFY;
+    DWORD impersonationLevel;
     DWORD capabilities = EOAC_NONE;
 };
 
@@ -27,7 +38,7 @@ class ClientSecurity final : public ComObject<IClientSecurity, ObjectKind::Clien
 {
 public:
     // Keeps a reference on the proxy.
-    ClientSecurity(CorePtr core, IUnknown& proxy, std::shared_ptr<Blanket> blanket) noexcept;
+    ClientSecurity(CorePtr core, IUnknown& proxy, std::shared_ptr<Blanket> blanket);
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
     HRESULT STDMETHODCALLTYPE QueryBlanket(IUnknown* proxy, DWORD* authentication, DWORD* authorization,
@@ -45,7 +56,7 @@ private:
 
 // QueryInterface of a proxy: its own interface, IUnknown and IClientSecurity.
 template <class Interface>
-HRESULT QueryProxy(CallGate& gate, const CorePtr& core, Site site, Interface& proxy,
+HRESULT QueryProxy(const ObjectGate& gate, const CorePtr& core, Site site, Interface& proxy,
                    const std::shared_ptr<Blanket>& blanket, REFIID wanted, void** result)
 {
     return gate.Call(site, wanted == IID_IClientSecurity ? L"IClientSecurity" : L"", [&]() -> HRESULT {

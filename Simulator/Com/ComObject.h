@@ -3,6 +3,7 @@
 
 #include "Platform/Com/ComPtr.h"
 #include "Simulator/Com/Core.h"
+#include "Simulator/Com/ObjectGate.h"
 
 #include <unknwn.h>
 
@@ -14,7 +15,8 @@ namespace Zv::Simulator
 
 using Tessel::Server::Shared::WMI::ComPtr;
 
-// Made by MakeObject, deleted by the last Release. Safe on several threads.
+// Made by MakeObject, deleted by the last Release. Belongs to the apartment of the thread that made it, which is the
+// one that called for it, as a proxy does. Safe on several threads.
 template <class Interface, ObjectKind Kind>
 class ComObject : public Interface
 {
@@ -40,12 +42,12 @@ public:
     }
 
 protected:
-    explicit ComObject(CorePtr core) noexcept : m_core{std::move(core)} {}
+    explicit ComObject(CorePtr core) : m_core{std::move(core)}, m_gate{*m_core, Apartment::Current()} {}
     virtual ~ComObject() = default;
 
     [[nodiscard]] Core& GetCore() const noexcept { return *m_core; }
     [[nodiscard]] const CorePtr& SharedCore() const noexcept { return m_core; }
-    [[nodiscard]] CallGate& Gate() const noexcept { return m_core->gate; }
+    [[nodiscard]] const ObjectGate& Gate() const noexcept { return m_gate; }
 
     // QueryInterface of an object with one interface besides IUnknown.
     HRESULT Query(Site site, REFIID wanted, void** result, REFIID own)
@@ -68,6 +70,7 @@ protected:
 
 private:
     const CorePtr m_core;
+    const ObjectGate m_gate;
     std::atomic<ULONG> m_count = 0;
 };
 

@@ -40,7 +40,7 @@ HRESULT Enumerator::Reset()
         }
         const LockGuard guard{m_lock};
         m_position = 0;
-        return m_results->status;
+        return CheckState();
     });
 }
 
@@ -57,26 +57,34 @@ HRESULT Enumerator::Next(LONG timeout, ULONG count, IWbemClassObject** objects, 
     }
     // Not through the gate's own Call: a delay longer than the time-out is a time-out, not a long wait.
     return CallGate::Protect([&]() -> HRESULT {
-        const CallGate::Effect effect = Gate().Enter(Site::EnumeratorNext, m_results->className);
+        CallGate& gate = GetCore().gate;
+        const CallGate::Effect effect = gate.Enter(Site::EnumeratorNext, m_results->className);
         const std::size_t record =
-            Gate().IsRecording() ? Gate().Record(Site::EnumeratorNext, m_results->className, std::to_wstring(timeout))
-                                 : CallGate::NoRecord;
+            gate.IsRecording() ? gate.Record(Site::EnumeratorNext, m_results->className, std::to_wstring(timeout))
+                               : CallGate::NoRecord;
         const DWORD limit = timeout == NoLimit ? INFINITE : static_cast<DWORD>(timeout);
         HRESULT status = Status(WBEM_S_TIMEDOUT);
-        if (Gate().Wait(effect.delay, effect.hang, limit))
+        if (gate.Wait(effect.delay, effect.hang, limit))
         {
-            status = effect.Decides() ? effect.status : Fetch(count, objects, *returned);
+            const auto fetch = [&] { return Fetch(count, objects, *returned); };
+            status = effect.Decides() ? effect.status : Gate().IfConnected(fetch);
         }
-        Gate().Finish(record, status);
+        gate.Finish(record, status);
         return status;
     });
 }
 
+HRESULT Enumerator::CheckState() const
+{
+    const HRESULT access = m_blanket->CheckAccess();
+    return FAILED(access) ? access : m_results->status;
+}
+
 HRESULT Enumerator::Fetch(ULONG count, IWbemClassObject** objects, ULONG& returned)
 {
-    if (FAILED(m_results->status))
+    if (const HRESULT hr = CheckState(); FAILED(hr))
     {
-        return m_results->status;
+        return hr;
     }
     const LockGuard guard{m_lock};
     const std::size_t left = m_results->objects.size() - m_position;
@@ -103,9 +111,9 @@ HRESULT Enumerator::NextAsync(ULONG count, IWbemObjectSink* sink)
         {
             return Status(WBEM_E_INVALID_PARAMETER);
         }
-        if (FAILED(m_results->status))
+        if (const HRESULT hr = CheckState(); FAILED(hr))
         {
-            return m_results->status;
+            return hr;
         }
         std::size_t first = 0;
         const std::size_t taken = Advance(count, first);
@@ -148,9 +156,9 @@ HRESULT Enumerator::Clone(IEnumWbemClassObject** copy)
 HRESULT Enumerator::Skip(LONG, ULONG count)
 {
     return Gate().Call(Site::EnumeratorSkip, m_results->className, [&]() -> HRESULT {
-        if (FAILED(m_results->status))
+        if (const HRESULT hr = CheckState(); FAILED(hr))
         {
-            return m_results->status;
+            return hr;
         }
         std::size_t first = 0;
         return Advance(count, first) == count ? S_OK : Status(WBEM_S_FALSE);

@@ -38,11 +38,13 @@ public:
 private:
     // Takes up to so many objects from the position on; returns how many.
     std::size_t Advance(std::size_t count, std::size_t& first);
+    // Whether the client may, and whether the query could be run.
+    [[nodiscard]] HRESULT CheckState() const;
     HRESULT Fetch(ULONG count, IWbemClassObject** objects, ULONG& returned);
 
     const ResultSetPtr m_results;
     const bool m_forwardOnly;
-    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>();
+    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>(GetCore().description.security);
     Tessel::Server::Shared::Lock m_lock;
     std::size_t m_position; // guarded by m_lock
 };

@@ -45,7 +45,7 @@ EventEnumerator::EventEnumerator(CorePtr core, ClassPtr definition, WqlFilter fi
     : ComObject{std::move(core)},
       m_className{definition->name}
 {
-    GetCore().events->Subscribe({{}, std::move(definition), std::move(filter), m_queue});
+    GetCore().events->Subscribe({{}, std::move(definition), std::move(filter), m_queue, Gate().GetApartment()});
 }
 
 EventEnumerator::~EventEnumerator()
@@ -72,6 +72,10 @@ HRESULT EventEnumerator::Next(LONG timeout, ULONG count, IWbemClassObject** obje
     }
     *returned = 0;
     return Gate().Call(Site::EnumeratorNext, m_className, [&]() -> HRESULT {
+        if (const HRESULT hr = m_blanket->CheckAccess(); FAILED(hr))
+        {
+            return hr;
+        }
         const std::vector<ObjectPtr> events = m_queue->Take(count, static_cast<DWORD>(timeout));
         std::vector<ComPtr<IWbemClassObject>> made;
         for (const ObjectPtr& event : events)
@@ -99,6 +103,10 @@ HRESULT EventEnumerator::Clone(IEnumWbemClassObject**)
 HRESULT EventEnumerator::Skip(LONG timeout, ULONG count)
 {
     return Gate().Call(Site::EnumeratorSkip, m_className, [&]() -> HRESULT {
+        if (const HRESULT hr = m_blanket->CheckAccess(); FAILED(hr))
+        {
+            return hr;
+        }
         const bool all = m_queue->Take(count, static_cast<DWORD>(timeout)).size() == count;
         return all ? S_OK : Fewer();
     });

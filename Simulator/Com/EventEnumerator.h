@@ -50,7 +50,7 @@ private:
 
     const std::shared_ptr<EventQueue> m_queue = std::make_shared<EventQueue>();
     const std::wstring m_className;
-    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>();
+    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>(GetCore().description.security);
 };
 
 } // namespace Zv::Simulator

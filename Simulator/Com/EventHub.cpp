@@ -59,14 +59,8 @@ void EventHub::Subscribe(Subscription subscription)
 
 HRESULT EventHub::Cancel(IWbemObjectSink& sink)
 {
-    std::vector<SubscriptionPtr> ended;
-    {
-        const LockGuard guard{m_lock};
-        const auto first = std::stable_partition(m_subscriptions.begin(), m_subscriptions.end(),
-                                                 [&](const SubscriptionPtr& s) { return s->sink.Get() != &sink; });
-        ended.assign(first, m_subscriptions.end());
-        m_subscriptions.erase(first, m_subscriptions.end());
-    }
+    const std::vector<SubscriptionPtr> ended =
+        Drop([&](const Subscription& subscription) { return subscription.sink.Get() == &sink; });
     for (std::size_t i = 0; i < ended.size(); ++i)
     {
         sink.SetStatus(WBEM_STATUS_COMPLETE, Status(WBEM_E_CALL_CANCELLED), nullptr, nullptr);
@@ -116,16 +110,35 @@ void EventHub::Post(ObjectPtr event)
     m_changed.NotifyAll();
 }
 
-std::vector<SubscriptionPtr> EventHub::Subscriptions() const
+std::vector<SubscriptionPtr> EventHub::Subscriptions()
 {
+    DropDisconnected();
     const LockGuard guard{m_lock};
     return m_subscriptions;
+}
+
+void EventHub::DropDisconnected()
+{
+    static_cast<void>(Drop([](const Subscription& subscription) { return !subscription.IsConnected(); }));
+}
+
+std::vector<SubscriptionPtr> EventHub::Drop(const std::function<bool(const Subscription&)>& isDropped)
+{
+    const LockGuard guard{m_lock};
+    const auto first = std::stable_partition(m_subscriptions.begin(), m_subscriptions.end(),
+                                             [&](const SubscriptionPtr& s) { return !isDropped(*s); });
+    std::vector<SubscriptionPtr> dropped{first, m_subscriptions.end()};
+    m_subscriptions.erase(first, m_subscriptions.end());
+    return dropped;
 }
 
 bool EventHub::WaitForSubscriptions(std::size_t count, DWORD milliseconds)
 {
     UniqueLock held{m_lock};
-    return m_changed.WaitFor(held, milliseconds, [&] { return m_subscriptions.size() >= count; });
+    const auto isConnected = [](const SubscriptionPtr& subscription) { return subscription->IsConnected(); };
+    return m_changed.WaitFor(held, milliseconds, [&] {
+        return static_cast<std::size_t>(std::ranges::count_if(m_subscriptions, isConnected)) >= count;
+    });
 }
 
 std::size_t EventHub::Stop(DWORD milliseconds) noexcept
@@ -205,7 +218,7 @@ void EventHub::RunSchedule()
 bool EventHub::IsCurrent(const SubscriptionPtr& subscription) const
 {
     const LockGuard guard{m_lock};
-    return std::ranges::find(m_subscriptions, subscription) != m_subscriptions.end();
+    return subscription->IsConnected() && std::ranges::find(m_subscriptions, subscription) != m_subscriptions.end();
 }
 
 } // namespace Zv::Simulator

@@ -3,6 +3,7 @@
 
 #include "Platform/Com/ComPtr.h"
 #include "Platform/Windows/Lock.h"
+#include "Simulator/Com/Apartment.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/State/Worker.h"
 #include "Simulator/Wql/WqlFilter.h"
@@ -10,6 +11,7 @@
 #include <wbemcli.h>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,13 +24,16 @@ struct Core;
 class EventQueue;
 
 // A sink, or an enumerator's queue, that wants the events of one class. It keeps its reference on the sink until the
-// last delivery that was under way when it was cancelled has ended.
+// last delivery that was under way when it was cancelled has ended. It ends with its apartment, without a word.
 struct Subscription
 {
     Tessel::Server::Shared::WMI::ComPtr<IWbemObjectSink> sink;
     ClassPtr definition;
     WqlFilter filter;
     std::shared_ptr<EventQueue> queue; // in place of a sink
+    ApartmentPtr apartment;            // null: of none
+
+    [[nodiscard]] bool IsConnected() const noexcept { return apartment == nullptr || !apartment->IsGone(); }
 };
 using SubscriptionPtr = std::shared_ptr<const Subscription>;
 
@@ -52,7 +57,9 @@ public:
     // Leaves the delivery to the hub's threads, which work at the same time: the order is not kept.
     void Post(ObjectPtr event);
 
-    [[nodiscard]] std::vector<SubscriptionPtr> Subscriptions() const;
+    // Those that still have their apartment; the others are dropped.
+    [[nodiscard]] std::vector<SubscriptionPtr> Subscriptions();
+    void DropDisconnected();
     [[nodiscard]] bool WaitForSubscriptions(std::size_t count, DWORD milliseconds);
 
     // Ends the threads and drops the subscriptions without a word. Returns how many threads would not end in time.
@@ -61,6 +68,8 @@ public:
 private:
     void Deliver();
     void RunSchedule();
+    // Takes out those that are; what is returned is to be released without the lock.
+    [[nodiscard]] std::vector<SubscriptionPtr> Drop(const std::function<bool(const Subscription&)>& isDropped);
     [[nodiscard]] bool IsCurrent(const SubscriptionPtr& subscription) const;
 
     const std::weak_ptr<Core> m_core; // the core owns the hub

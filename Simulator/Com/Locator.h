@@ -11,7 +11,7 @@ namespace Zv::Simulator
 class Locator final : public ComObject<IWbemLocator, ObjectKind::Locator>
 {
 public:
-    explicit Locator(CorePtr core) noexcept : ComObject{std::move(core)} {}
+    explicit Locator(CorePtr core) : ComObject{std::move(core)} {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
     HRESULT STDMETHODCALLTYPE ConnectServer(BSTR path, BSTR user, BSTR password, BSTR locale, LONG flags,

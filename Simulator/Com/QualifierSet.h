@@ -15,7 +15,7 @@ namespace Zv::Simulator
 class QualifierSet final : public ComObject<IWbemQualifierSet, ObjectKind::QualifierSet>
 {
 public:
-    QualifierSet(CorePtr core, QualifierList qualifiers) noexcept
+    QualifierSet(CorePtr core, QualifierList qualifiers)
         : ComObject{std::move(core)},
           m_qualifiers{std::move(qualifiers)}
     {

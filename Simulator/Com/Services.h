@@ -90,7 +90,7 @@ private:
                              std::function<ResultSetPtr(Core&)> run);
 
     const Namespace& m_nameSpace;
-    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>();
+    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>(GetCore().description.security);
 };
 
 } // namespace Zv::Simulator

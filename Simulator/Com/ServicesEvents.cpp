@@ -89,8 +89,8 @@ HRESULT Services::ExecNotificationQueryAsync(BSTR language, BSTR query, LONG fla
     return Subscribe(Site::ServicesExecNotificationQueryAsync, language, query, flags, valid,
                      [&](ClassPtr definition, WqlFilter filter) {
                          sink->AddRef();
-                         GetCore().events->Subscribe(
-                             {ComPtr<IWbemObjectSink>{sink}, std::move(definition), std::move(filter), nullptr});
+                         GetCore().events->Subscribe({ComPtr<IWbemObjectSink>{sink}, std::move(definition),
+                                                      std::move(filter), nullptr, Gate().GetApartment()});
                      });
 }
 

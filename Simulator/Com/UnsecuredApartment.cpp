@@ -27,9 +27,7 @@ HRESULT UnsecuredApartment::CreateObjectStub(IUnknown* object, IUnknown** stub)
     });
 }
 
-ObjectStub::ObjectStub(CorePtr core, ComPtr<IWbemObjectSink> sink) noexcept
-    : ComObject{std::move(core)},
-      m_sink{std::move(sink)}
+ObjectStub::ObjectStub(CorePtr core, ComPtr<IWbemObjectSink> sink) : ComObject{std::move(core)}, m_sink{std::move(sink)}
 {
 }
 
@@ -42,7 +40,7 @@ HRESULT ObjectStub::Indicate(LONG count, IWbemClassObject** objects)
 {
     try
     {
-        return m_sink->Indicate(count, objects);
+        return Gate().IsConnected() ? m_sink->Indicate(count, objects) : CO_E_OBJNOTCONNECTED;
     }
     catch (...)
     {
@@ -54,7 +52,7 @@ HRESULT ObjectStub::SetStatus(LONG flags, HRESULT status, BSTR text, IWbemClassO
 {
     try
     {
-        return m_sink->SetStatus(flags, status, text, object);
+        return Gate().IsConnected() ? m_sink->SetStatus(flags, status, text, object) : CO_E_OBJNOTCONNECTED;
     }
     catch (...)
     {

@@ -20,15 +20,15 @@ public:
     HRESULT STDMETHODCALLTYPE CreateObjectStub(IUnknown* object, IUnknown** stub) override;
 
 private:
-    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>();
+    const std::shared_ptr<Blanket> m_blanket = std::make_shared<Blanket>(GetCore().description.security);
 };
 
 // Passes every call on to the client's sink, which it keeps a reference on. A C++ exception out of the sink ends here
-// as it would in another process: as RPC_E_SERVERFAULT.
+// as it would in another process: as RPC_E_SERVERFAULT. The sink is out of reach once its apartment is gone.
 class ObjectStub final : public ComObject<IWbemObjectSink, ObjectKind::ObjectStub>
 {
 public:
-    ObjectStub(CorePtr core, ComPtr<IWbemObjectSink> sink) noexcept;
+    ObjectStub(CorePtr core, ComPtr<IWbemObjectSink> sink);
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
     HRESULT STDMETHODCALLTYPE Indicate(LONG count, IWbemClassObject** objects) override;

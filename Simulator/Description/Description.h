@@ -4,6 +4,10 @@
 #include "Simulator/Cim/CimModel.h"
 #include "Simulator/Description/Site.h"
 
+#include <windows.h>
+
+#include <rpc.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -106,6 +110,13 @@ struct Package
     std::wstring executable;            // a real program to start in its place; may be empty
 };
 
+// What the process that uses the machine has told COM about itself.
+struct ProcessSecurity
+{
+    // How far servers may act as the process: what its CoInitializeSecurity has set, and where proxies start.
+    DWORD impersonation = RPC_C_IMP_LEVEL_IMPERSONATE;
+};
+
 struct Description
 {
     std::wstring name;
@@ -115,6 +126,7 @@ struct Description
     std::optional<Settings> settings;
     Events events;
     std::vector<Fault> faults;
+    ProcessSecurity security;
     Session session;
     std::vector<Package> packages;
 

@@ -115,9 +115,9 @@ Description ReadDescription(std::string_view json)
 {
     const JsonNode root = ParseJson(json);
     CheckVersion(root);
-    const Members members{
-        root,
-        {"version", "name", "server", "namespaces", "settings", "events", "faults", "session", "packages", Schema}};
+    const Members members{root,
+                          {"version", "name", "server", "namespaces", "settings", "events", "faults", "security",
+                           "session", "packages", Schema}};
     if (const JsonNode* schema = members.Find(Schema))
     {
         static_cast<void>(ReadText(*schema, "the schema's address"));
@@ -147,6 +147,10 @@ Description ReadDescription(std::string_view json)
         {
             description.faults.push_back(ReadFault(fault));
         }
+    }
+    if (const JsonNode* security = members.Find("security"))
+    {
+        description.security = ReadSecurity(*security);
     }
     if (const JsonNode* session = members.Find("session"))
     {

@@ -6,6 +6,7 @@
 #include "Simulator/Description/ValueReader.h"
 
 #include <algorithm>
+#include <map>
 
 namespace Zv::Simulator
 {
@@ -287,6 +288,23 @@ Fault ReadFault(const JsonNode& node)
         Expected(node, "a failing \"status\", a \"delayMs\" or \"hang\"");
     }
     return fault;
+}
+
+ProcessSecurity ReadSecurity(const JsonNode& node)
+{
+    static const std::map<std::wstring, DWORD> levels{{L"anonymous", RPC_C_IMP_LEVEL_ANONYMOUS},
+                                                      {L"identify", RPC_C_IMP_LEVEL_IDENTIFY},
+                                                      {L"impersonate", RPC_C_IMP_LEVEL_IMPERSONATE},
+                                                      {L"delegate", RPC_C_IMP_LEVEL_DELEGATE}};
+    const std::string what = "an impersonation level (anonymous, identify, impersonate, delegate)";
+    const Members members{node, {"impersonation"}};
+    const JsonNode& level = members.Require("impersonation");
+    const auto found = levels.find(ReadText(level, what));
+    if (found == levels.end())
+    {
+        Expected(level, what);
+    }
+    return {found->second};
 }
 
 Session ReadSession(const JsonNode& node)

@@ -9,6 +9,19 @@
 namespace Zv::Testing
 {
 
+namespace
+{
+
+// Each test's thread is a client of COM.
+class ComMember : public testing::Environment
+{
+    void SetUp() override { CoInitializeEx(nullptr, COINIT_MULTITHREADED); }
+    void TearDown() override { CoUninitialize(); }
+};
+[[maybe_unused]] testing::Environment* const member = testing::AddGlobalTestEnvironment(new ComMember);
+
+} // namespace
+
 Simulator::Machine LoadMachine(std::string_view file)
 {
     return Simulator::Machine::Load(std::filesystem::path{ZV_MACHINES} / file);

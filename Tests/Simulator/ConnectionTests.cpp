@@ -108,6 +108,35 @@ TEST(ConnectionTests, TheProxyBlanketIsSetThroughAnInterfaceWithACountOfItsOwn)
     EXPECT_EQ(1U, machine.Outstanding().Total());
 }
 
+// Setting the Security on IWbemServices and Other Proxies (learn.microsoft.com, WMI): each proxy has a blanket of its
+// own, and where nobody sets it, that of the process.
+TEST(ConnectionTests, AnEnumeratorGoesByTheSecurityOfTheProcess)
+{
+    for (const auto& [level, allowed] :
+         {std::pair{"anonymous", false}, {"identify", false}, {"impersonate", true}, {"delegate", true}})
+    {
+        SCOPED_TRACE(level);
+        Machine machine = Machine::Parse(
+            std::string{R"({"version": 1, "name": "m", "security": {"impersonation": ")"} + level +
+            R"("}, "namespaces": [{"path": "root\\a", "classes": [{"name": "C", "properties": {"A": "string"},)"
+            R"( "instances": [{"A": "x"}]}]}]})");
+        const ComPtr<IWbemServices> services = Connected(machine, L"root\\a");
+        ComPtr<IEnumWbemClassObject> enumerator;
+        ASSERT_EQ(S_OK, Query(*services.Get(), L"SELECT * FROM C", SemiSynchronous, enumerator))
+            << "it comes all the same";
+        ComPtr<IWbemClassObject> object;
+        EXPECT_EQ(allowed ? S_OK : Status(WBEM_E_ACCESS_DENIED), Next(*enumerator.Get(), object));
+        EXPECT_EQ(allowed ? Status(WBEM_S_FALSE) : Status(WBEM_E_ACCESS_DENIED), enumerator->Skip(-1, 1));
+
+        enumerator.Reset();
+        object.Reset();
+        ASSERT_EQ(S_OK, Query(*services.Get(), L"SELECT * FROM C", SemiSynchronous, enumerator));
+        EXPECT_EQ(S_OK, CoSetProxyBlanket(enumerator.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                          RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
+        EXPECT_EQ(S_OK, Next(*enumerator.Get(), object)) << "with a blanket of its own";
+    }
+}
+
 TEST(ConnectionTests, WhatIsHeldIsReportedByKind)
 {
     Machine machine = LoadMachine("notebook.json");

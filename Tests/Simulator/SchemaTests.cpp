@@ -156,6 +156,7 @@ TEST_F(SchemaTests, TheSchemaAndTheSimulatorKnowTheSameKeysOfEveryObject)
         {"/definitions/events", InRoot("\"events\": " + unknown)},
         {"/definitions/events/properties/schedule/items", events + unknown + "]}}"},
         {"/definitions/fault", InRoot("\"faults\": [" + unknown + "]")},
+        {"/definitions/security", InRoot("\"security\": " + unknown)},
         {"/definitions/session", InRoot("\"session\": " + unknown)},
         {"/definitions/package", InRoot("\"packages\": [" + unknown + "]")},
         {"/definitions/package/properties/fullNames/items",
