@@ -170,7 +170,8 @@ std::string Show(const Seen& seen)
     return text + (seen.raised ? "    an exception came out\n" : "") +
            (seen.impersonated ? "    the thread still acts as the user\n" : "") +
            (seen.stoppedFromOutside ? "    nothing ended the registration\n" : "") +
-           (seen.joins != 0 ? "    joins of COM left: " + std::to_string(seen.joins) + "\n" : "");
+           (seen.joins != 0 ? "    joins of COM left: " + std::to_string(seen.joins) + "\n" : "") +
+           (seen.heldWhenLeft.empty() ? "" : "    held when COM was left: " + seen.heldWhenLeft);
 }
 
 std::string FirstDifference(const std::vector<MadeCall>& a, const std::vector<MadeCall>& b)
@@ -188,7 +189,8 @@ Campaign::Campaign(Scenario& scenario) : m_scenario{scenario}
     const std::vector<MadeCall> calls = m_scenario.Calls();
     const Seen again = m_scenario.Run({});
     if (calls != m_scenario.Calls() || again.codes != m_good.codes || again.texts != m_good.texts ||
-        again.left != m_good.left || m_good.raised || m_good.stoppedFromOutside || m_good.joins != 0)
+        again.left != m_good.left || m_good.raised || m_good.stoppedFromOutside || m_good.joins != 0 ||
+        !m_good.heldWhenLeft.empty())
     {
         throw std::runtime_error{"two runs without a fault differ:\n" + Show(m_good) + Show(again) +
                                  FirstDifference(calls, m_scenario.Calls())};
@@ -240,6 +242,11 @@ std::string Campaign::Judge(const PlannedFault& fault, const Seen& seen) const
         {
             complaints += "not of the client: " + Narrow(Describe(line)) + "\n";
         }
+    }
+    // Where joining failed, COM is left once too often, by contract.
+    if (!seen.heldWhenLeft.empty() && seen.joins >= 0)
+    {
+        complaints += "released after COM was left, if at all: " + seen.heldWhenLeft;
     }
     if (fault.mode == Mode::Slow)
     {

@@ -72,6 +72,7 @@ Seen ModuleLife::Run(const std::optional<PlannedFault>& fault)
     m_struck = stage->box.Struck();
     seen.log = stage->transcript.Log();
     seen.joins = stage->TakeJoins();
+    seen.heldWhenLeft = stage->TakeHeldWhenLeft();
     seen.left = stage->TakeLeftovers();
     if (GetModuleHandleW(L"WMIService.dll") != nullptr)
     {

@@ -37,6 +37,7 @@ Seen OnOneModule::Run(const std::optional<PlannedFault>& fault)
     seen.log = m_stage.transcript.Log();
     seen.stoppedFromOutside = m_stage.WasStoppedFromOutside();
     seen.joins = m_stage.TakeJoins();
+    seen.heldWhenLeft = m_stage.TakeHeldWhenLeft();
     seen.impersonated = m_stage.TakeImpersonation();
     seen.left += m_stage.TakeLeftovers();
     return seen;

@@ -46,6 +46,7 @@ struct Seen
     bool stoppedFromOutside = false; // a registration that nothing else ended
     std::string left;                // over
     int joins = 0;                   // of COM, not left
+    std::string heldWhenLeft;        // interfaces that were not released when COM was left
 };
 
 class Scenario

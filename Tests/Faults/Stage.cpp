@@ -54,6 +54,14 @@ void Stage::RedirectPlatform()
         [this](REFCLSID id, IUnknown* outer, DWORD context, REFIID iid, void** object) {
             return machine.CreateInstance(id, outer, context, iid, object);
         });
+    calls.Replace<"CoUninitialize", decltype(CoUninitialize)>([this] {
+        const Simulator::OutstandingCounts held = machine.Outstanding();
+        if (ledgers.comJoins.OfThisThread() == 0 && held.Total() != held.strings + held.arrays)
+        {
+            m_heldWhenLeft += held.Describe() + "\n";
+        }
+        CoUninitialize();
+    });
     // Wine has no such function.
     calls.Replace<"RpcServerInqCallAttributesW", RPC_STATUS(RPC_BINDING_HANDLE, void*)>(
         [](RPC_BINDING_HANDLE, void*) -> RPC_STATUS { return RPC_S_NO_CALL_ACTIVE; });

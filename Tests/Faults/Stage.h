@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Zv::Testing
@@ -39,6 +40,9 @@ public:
     [[nodiscard]] std::string TakeLeftovers();
     // How often COM was joined and not left; negative when it was left too often. It is joined then as it was before.
     [[nodiscard]] int TakeJoins();
+    // Interfaces of the machine that were held at a leave of COM which took the thread's joins to 0, in words: they
+    // were released behind it, if at all. On Windows what they point into may be gone by then.
+    [[nodiscard]] std::string TakeHeldWhenLeft() { return std::exchange(m_heldWhenLeft, {}); }
     // Whether the thread still acts as the user; it does not any more.
     [[nodiscard]] bool TakeImpersonation();
 
@@ -63,6 +67,7 @@ private:
     std::vector<std::function<void()>> m_steps;
     std::size_t m_nextStep = 0;
     bool m_stoppedFromOutside = false;
+    std::string m_heldWhenLeft;
     std::vector<std::wstring> m_launches;
     long m_comBlocks;        // that are nobody's leftovers
     const ImportGate m_gate; // in front of everything else

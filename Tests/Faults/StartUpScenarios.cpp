@@ -56,6 +56,7 @@ public:
         }
         module.reset();
         seen.joins = stage.TakeJoins();
+        seen.heldWhenLeft = stage.TakeHeldWhenLeft();
         seen.left = stage.TakeLeftovers();
         if (GetModuleHandleW(L"WMIService.dll") != nullptr)
         {

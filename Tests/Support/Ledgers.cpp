@@ -97,6 +97,13 @@ void ComJoins::Add(int joins)
     m_accounts[NumberOfThisThread()] += joins;
 }
 
+int ComJoins::OfThisThread() const
+{
+    const LockGuard guard{m_lock};
+    const auto account = m_accounts.find(NumberOfThisThread());
+    return account == m_accounts.end() ? 0 : account->second;
+}
+
 int ComJoins::Take()
 {
     const LockGuard guard{m_lock};

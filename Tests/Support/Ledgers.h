@@ -69,7 +69,9 @@ public:
     void Joined() { Add(1); }
     void Left() { Add(-1); }
 
-    // What the calling thread has not left; below 0 when it has left too often. Its account is clear from here on.
+    // What the calling thread has not left; below 0 when it has left too often.
+    [[nodiscard]] int OfThisThread() const;
+    // The same; its account is clear from here on.
     int Take();
     // Sets what one thread has left too often against what others have not left, where by contract whoever gives up the
     // session last leaves COM: the accounts are clear when all of them together are even.
