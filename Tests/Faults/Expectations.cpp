@@ -2,6 +2,7 @@
 
 #include "Simulator/Cim/StatusNames.h"
 #include "Tests/Support/Text.h"
+#include "Tests/Support/ThisBuild.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -147,13 +148,9 @@ private:
     void AddEverywhere()
     {
         // Without a logger nothing is logged.
-        for (const std::string_view getLogger :
-             {"_ZN7Logging10LogManager9GetLoggerEv", "?GetLogger@LogManager@Logging@@SAPEAVTraceLogger@2@XZ"})
-        {
-            With(EveryGroup, getLogger, Effect::Silence);
-        }
+        With(EveryGroup, ThisBuild::GetLogger, Effect::Silence);
         // The launcher names a provider when there is no logger: one that refuses leaves it without.
-        With(EveryGroup, "_ZN7Logging10LogManager11SetProviderEPKw", Effect::Silence);
+        With(EveryGroup, ThisBuild::SetProvider, Effect::Silence);
         // What gives something back has no failure that changes anything.
         for (const std::string_view release : {"VariantClear", "SafeArrayDestroy", "DestroyEnvironmentBlock",
                                                "HeapFree", "ClosePackageInfo", "CoDecrementMTAUsage"})
@@ -173,7 +170,7 @@ private:
             Fail(Commands | Registration, memory, {NoMemoryForResponse});
         }
         // Formatting into a buffer.
-        Same(EveryGroup, "_vsnwprintf");
+        Same(EveryGroup, ThisBuild::Formatter);
     }
 
     // The connection, with the class and the method that log; NoMore: the lines that follow.
@@ -218,7 +215,7 @@ private:
         constexpr unsigned int group = FirmwareCommand;
         AddJoin(group, Firmware, L"GetReady");
         AddConnection(group, Firmware, L"GetReady", {}, 1);
-        Fail(group, "_vsnwprintf", {});
+        Fail(group, ThisBuild::Formatter, {});
 
         FailAbout(group, "IWbemServices::GetObject", L"zvqBIntM",
                   {Failed(Firmware, L"ExecuteCommand", L"IWbemServices->GetObject(InputDataBlock)")});
@@ -683,7 +680,7 @@ private:
         With(group, "_time64", Effect::Other);
         With(group, "_time64", Effect::Less, {CallbackFailed});
         With(group, "wcsftime", Effect::Other);
-        With(group, "_vsnwprintf", Effect::Other);
+        With(group, ThisBuild::Formatter, Effect::Other);
 
         for (const std::string_view memory : {"malloc", "calloc", "realloc"})
         {

@@ -2,12 +2,14 @@
 
 #include "Simulator/Cim/StatusNames.h"
 #include "Tests/Support/Text.h"
+#include "Tests/Support/ThisBuild.h"
 
 #include <wbemcli.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <initializer_list>
+#include <iterator>
 #include <map>
 #include <stdexcept>
 
@@ -87,16 +89,14 @@ const Table& Failing()
             {"calloc", noMemory},
             {"realloc", noMemory},
             {"_strdup", noMemory},
-            {"_vsnwprintf", doesNotFit},
+            {ThisBuild::Formatter, doesNotFit},
             {"wcsftime", noText},
             {"_time64", noTime},
             {"_localtime64_s", noLocalTime},
             {"_beginthreadex", noThread},
             // The logging library.
-            {"_ZN7Logging10LogManager9GetLoggerEv", noText},
-            {"?GetLogger@LogManager@Logging@@SAPEAVTraceLogger@2@XZ", noText},
-            {"_ZN7Logging10LogManager11SetProviderEPKw", noText},
-            {"?SetProvider@LogManager@Logging@@SA_NPEB_W@Z", noText},
+            {ThisBuild::GetLogger, noText},
+            {ThisBuild::SetProvider, noText},
             // COM.
             {"CoInitializeEx", Gives({RPC_E_CHANGED_MODE, E_OUTOFMEMORY, E_UNEXPECTED, E_INVALIDARG})},
             {"CoIncrementMTAUsage", Gives({E_OUTOFMEMORY, E_UNEXPECTED})},
@@ -202,18 +202,13 @@ const std::map<std::string_view, std::vector<std::string_view>>& NotFailing()
           "SetLastError",
           "Sleep",
           "GetSystemTimeAsFileTime",
-          "_lock",
-          "_unlock",
-          "_initterm",
           "RtlCaptureContext",
           "_endthreadex"}},
-        {"does not return", {"abort", "exit", "_amsg_exit", "longjmp", "RaiseException", "RtlUnwindEx"}},
+        {"does not return", {"abort", "exit", "longjmp", "RaiseException", "RtlUnwindEx"}},
         {"a log line that cannot be written is nobody's business",
-         {"_ZN7Logging17CreateLoggingDataEPKwS1_", "_ZN7Logging11TraceLogger7LogInfoEPKwz",
-          "_ZN7Logging11TraceLogger10LogWarningEPKwz", "_ZN7Logging11TraceLogger8LogErrorEPKwz",
-          "_ZN7Logging11TraceLogger7LogInfoENS_11LoggingDataEz",
-          "_ZN7Logging11TraceLogger10LogWarningENS_11LoggingDataEz",
-          "_ZN7Logging11TraceLogger8LogErrorENS_11LoggingDataEz"}},
+         {std::begin(ThisBuild::LogExports), std::end(ThisBuild::LogExports)}},
+        {"the compiler's run time calls it",
+         {std::begin(ThisBuild::RunTimesImports), std::end(ThisBuild::RunTimesImports)}},
         {"always has its answer",
          {"memchr",
           "memcmp",

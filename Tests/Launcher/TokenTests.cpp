@@ -4,6 +4,7 @@
 #include "Logging/Logging.h"
 #include "Tests/FakeLogging/FakeLogging.h"
 #include "Tests/Support/Text.h"
+#include "Tests/Support/ThisBuild.h"
 
 #include <wtsapi32.h>
 
@@ -16,12 +17,6 @@ namespace
 {
 
 constexpr wchar_t Attempting[] = L"Info Attempting to impersonate logged in user.";
-
-#if defined(_MSC_VER)
-constexpr Name GetLoggerImport = "?GetLogger@LogManager@Logging@@SAPEAVTraceLogger@2@XZ";
-#else
-constexpr Name GetLoggerImport = "_ZN7Logging10LogManager9GetLoggerEv";
-#endif
 
 class TokenTests : public LauncherTest
 {
@@ -185,7 +180,7 @@ TEST_F(TokenTests, TheInvalidHandleIsClosedWithoutHarm)
 
 TEST_F(TokenTests, ACallWithoutALoggerDoesTheSame)
 {
-    calls->Replace<GetLoggerImport, Logging::TraceLogger*()>([]() -> Logging::TraceLogger* { return nullptr; });
+    calls->Replace<ThisBuild::GetLogger, Logging::TraceLogger*()>([]() -> Logging::TraceLogger* { return nullptr; });
     const Launcher silent;
     session->Fail("DuplicateTokenEx", 2);
     transcript.Clear();

@@ -1,10 +1,12 @@
 #include "Platform.h"
 
 #include "Logging/Logging.h"
+#include "Tests/Support/ThisBuild.h"
 
 #include <evntprov.h>
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdlib>
 
 namespace Zv::Testing
@@ -14,8 +16,7 @@ namespace
 {
 
 Platform* g_platform = nullptr; // the one that lives
-using FormatFunction = int(wchar_t*, std::size_t, const wchar_t*, va_list);
-FormatFunction* g_format = nullptr;
+ThisBuild::FormatterFunction* g_format = nullptr;
 
 // Told apart from the handles that the system gives out.
 constexpr REGHANDLE FirstHandle = 0x7e57000000000000;
@@ -67,10 +68,11 @@ struct Platform::Calls
         g_platform->m_debuggerLines.emplace_back(text);
     }
 
-    static int Format(wchar_t* buffer, std::size_t size, const wchar_t* format, va_list arguments)
+    template <class... Arguments>
+    static int Format(Arguments... arguments)
     {
         ++g_platform->formatted;
-        return g_format(buffer, size, format, arguments);
+        return g_format(arguments...);
     }
 };
 
@@ -88,8 +90,9 @@ Platform::Platform()
     m_redirections.push_back(table.Redirect("advapi32.dll", "EventWriteString", &Calls::WriteString));
     m_redirections.push_back(table.Redirect("kernel32.dll", "IsDebuggerPresent", &Calls::DebuggerPresent));
     m_redirections.push_back(table.Redirect("kernel32.dll", "OutputDebugStringW", &Calls::DebugString));
-    m_redirections.push_back(table.Redirect("*", "_vsnwprintf", &Calls::Format));
-    g_format = m_redirections.back().Original<FormatFunction*>();
+    ThisBuild::FormatterFunction* const format = &Calls::Format;
+    m_redirections.push_back(table.Redirect("*", ThisBuild::Formatter, format));
+    g_format = m_redirections.back().Original<ThisBuild::FormatterFunction*>();
 
     // The provider that was set before is registered elsewhere.
     Logging::LogManager::SetProvider(L"Zv-Tessel-Platform");

@@ -2,6 +2,7 @@
 
 #include "Interception/ImportTable.h"
 #include "Tests/Support/Module.h"
+#include "Tests/Support/ThisBuild.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -71,7 +72,7 @@ TEST(ModuleImage, NeedsOnlyDllsThatWindowsShipsAndTheLoggingLibrary)
 {
     const std::set<std::string> allowed{
         "advapi32.dll", "crypt32.dll", "kernel32.dll", "kernelbase.dll", "ntdll.dll",   "ole32.dll",
-        "oleaut32.dll", "rpcrt4.dll",  "userenv.dll",  "wtsapi32.dll",   "logging.dll", "msvcrt.dll",
+        "oleaut32.dll", "rpcrt4.dll",  "userenv.dll",  "wtsapi32.dll",   "logging.dll",
     };
     const Module module;
     std::set<std::string> needed;
@@ -79,7 +80,7 @@ TEST(ModuleImage, NeedsOnlyDllsThatWindowsShipsAndTheLoggingLibrary)
     for (const Zv::Interception::Import& import : imports.Imports())
     {
         const std::string dll = Lower(import.dll);
-        if (!dll.starts_with("api-ms-win-")) // the C runtime of Windows 10, where the module is built for it
+        if (!Zv::Testing::ThisBuild::IsRunTimeDll(dll))
         {
             needed.insert(dll);
         }
