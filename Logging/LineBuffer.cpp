@@ -1,5 +1,7 @@
 #include "Logging/LineBuffer.h"
 
+#include "Platform/Windows/FormatText.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -49,7 +51,8 @@ void LineBuffer::Format(const wchar_t* format, va_list arguments) noexcept
 
     // A negative result means that the text was cut, without a terminator, or that a narrow argument could not be
     // converted; what was written up to there is kept. One character more than a line may have tells the two apart.
-    const int written = _vsnwprintf(text, MaxText + 1, format != nullptr ? format : L"(null)", arguments);
+    const int written =
+        Zv::Tessel::Server::Shared::FormatText(text, MaxText + 1, format != nullptr ? format : L"(null)", arguments);
     std::size_t length = written >= 0 ? static_cast<std::size_t>(written) : wcsnlen(text, MaxText + 1);
     if (length > MaxText)
     {

@@ -15,3 +15,12 @@
 
 // MinGW-w64's intrin.h includes clang's header of 3dNow! instructions, which warns that it is out of date.
 #define _MM3DNOW_H_INCLUDED
+
+// Its printf and scanf are those of Microsoft's C run time, and no functions of its own beside them.
+#define __USE_MINGW_ANSI_STDIO 0
+
+// __uuidof goes by an attribute that MinGW-w64's interfaces do not have; its own way is for compilers without _MSC_VER.
+#pragma push_macro("_MSC_VER")
+#undef _MSC_VER
+#include <_mingw.h>
+#pragma pop_macro("_MSC_VER")

@@ -1,5 +1,7 @@
 #include "Host/Client/LegTimes.h"
 
+#include <utility>
+
 namespace Zv::Host
 {
 

@@ -3,6 +3,7 @@
 #include "Host/Text/Numbers.h"
 
 #include <stdexcept>
+#include <cstddef>
 
 namespace Zv::Host
 {

@@ -4,6 +4,8 @@
 
 #include "Shared/Contract/ResultCode.h"
 
+#include <cstddef>
+
 namespace Zv::Host
 {
 

@@ -13,6 +13,7 @@
 #include "Shared/WMI/FirmwareNames.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Zv::Host

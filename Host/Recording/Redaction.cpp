@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cwctype>
+#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>

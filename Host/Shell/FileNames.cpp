@@ -5,6 +5,7 @@
 #include "Simulator/Cim/CimModel.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <system_error>
 

@@ -3,6 +3,7 @@
 #include "Host/Text/Failure.h"
 #include "Host/Text/SystemError.h"
 
+#include <new>
 #include <string>
 
 namespace Zv::Host

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <utility>
 

@@ -1,5 +1,7 @@
 #include "Host/Terminal/Progress.h"
 
+#include <utility>
+
 namespace Zv::Host
 {
 

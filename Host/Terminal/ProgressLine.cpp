@@ -2,6 +2,8 @@
 
 #include "Host/Text/Numbers.h"
 
+#include <utility>
+
 namespace Zv::Host
 {
 

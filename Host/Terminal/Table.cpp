@@ -3,6 +3,7 @@
 #include "Host/Terminal/DisplayWidth.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 
 namespace Zv::Host

@@ -5,6 +5,7 @@
 #include <wincrypt.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <span>
 #include <system_error>
 

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 #include <stdexcept>
+#include <cstddef>
+#include <system_error>
 
 namespace Zv::Host
 {

@@ -7,6 +7,7 @@
 #include "Platform/Windows/Handle.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Zv::Host
 {

@@ -1,6 +1,7 @@
 // Conversions between UTF-8, which the host works in, and UTF-16, which Windows and the module work in.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cstdio>
 #include <utility>
 
 namespace Zv::Host::Tracing

@@ -259,18 +259,18 @@ const Table& ModulesSink()
 
 const Interface* FindInterface(REFIID iid) noexcept
 {
-    static const std::array interfaces = {
-        Interface{&IID_IUnknown, "IUnknown", Unknown().data()},
-        Interface{&IID_IWbemLocator, "IWbemLocator", Locator().data()},
-        Interface{&IID_IWbemServices, "IWbemServices", Services().data()},
-        Interface{&IID_IWbemClassObject, "IWbemClassObject", ClassObject().data()},
-        Interface{&IID_IEnumWbemClassObject, "IEnumWbemClassObject", Enumerator().data()},
-        Interface{&IID_IUnsecuredApartment, "IUnsecuredApartment", Apartment().data()},
-        Interface{&IID_IWbemObjectSink, "IWbemObjectSink", Sink().data()},
+    static const Interface interfaces[] = {
+        {&IID_IUnknown, "IUnknown", Unknown().data()},
+        {&IID_IWbemLocator, "IWbemLocator", Locator().data()},
+        {&IID_IWbemServices, "IWbemServices", Services().data()},
+        {&IID_IWbemClassObject, "IWbemClassObject", ClassObject().data()},
+        {&IID_IEnumWbemClassObject, "IEnumWbemClassObject", Enumerator().data()},
+        {&IID_IUnsecuredApartment, "IUnsecuredApartment", Apartment().data()},
+        {&IID_IWbemObjectSink, "IWbemObjectSink", Sink().data()},
     };
     const auto* const found =
         std::ranges::find_if(interfaces, [&iid](const Interface& entry) { return IsEqualIID(*entry.id, iid); });
-    return found != interfaces.end() ? found : nullptr;
+    return found != std::end(interfaces) ? found : nullptr;
 }
 
 const Interface& InboundSink() noexcept

@@ -95,25 +95,25 @@ std::string Secrets::Request(std::wstring_view request, bool withData)
         return std::to_string(request.size()) + " characters that are no JSON object"; // and may hold anything
     }
     const bool nameIsSecret = document.HasMember("name") && IsSecretName(TextOf(document["name"]));
-    for (auto& member : document.GetObject())
+    for (auto member = document.MemberBegin(); member != document.MemberEnd(); ++member)
     {
-        const std::wstring name = TextOf(member.name);
+        const std::wstring name = TextOf(member->name);
         if (IsSecretName(name) || (nameIsSecret && name == L"value"))
         {
-            Learn(TextOf(member.value));
-            SetText(member.value, Hidden, document);
+            Learn(TextOf(member->value));
+            SetText(member->value, Hidden, document);
         }
-        else if (name == L"inputData" && !withData && member.value.IsString())
+        else if (name == L"inputData" && !withData && member->value.IsString())
         {
-            SetText(member.value, SizeOnly(member.value), document);
+            SetText(member->value, SizeOnly(member->value), document);
         }
-        else if (member.value.IsString())
+        else if (member->value.IsString())
         {
-            SetText(member.value, ToUtf8(Clean(TextOf(member.value))), document);
+            SetText(member->value, ToUtf8(Clean(TextOf(member->value))), document);
         }
-        else if (!member.value.IsNumber())
+        else if (!member->value.IsNumber())
         {
-            SetText(member.value, "not a text", document); // no command takes such a value
+            SetText(member->value, "not a text", document); // no command takes such a value
         }
     }
     return Cut(JsonText(document));

@@ -7,6 +7,7 @@
 #include "Host/Text/Utf.h"
 
 #include <atomic>
+#include <cstdio>
 #include <memory>
 #include <new>
 

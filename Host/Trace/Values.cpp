@@ -4,8 +4,9 @@
 #include "Host/Trace/TraceLog.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdio>
 #include <cwchar>
+#include <utility>
 
 namespace Zv::Host::Tracing
 {
@@ -22,34 +23,32 @@ struct KnownGuid
     const char* name;
 };
 
-const std::array KnownGuids = {
-    KnownGuid{&CLSID_WbemLocator, "CLSID_WbemLocator"},
-    KnownGuid{&CLSID_UnsecuredApartment, "CLSID_UnsecuredApartment"},
-    KnownGuid{&IID_IUnknown, "IID_IUnknown"},
-    KnownGuid{&IID_IWbemLocator, "IID_IWbemLocator"},
-    KnownGuid{&IID_IWbemServices, "IID_IWbemServices"},
-    KnownGuid{&IID_IWbemClassObject, "IID_IWbemClassObject"},
-    KnownGuid{&IID_IEnumWbemClassObject, "IID_IEnumWbemClassObject"},
-    KnownGuid{&IID_IWbemObjectSink, "IID_IWbemObjectSink"},
-    KnownGuid{&IID_IUnsecuredApartment, "IID_IUnsecuredApartment"},
-    KnownGuid{&IID_IClientSecurity, "IID_IClientSecurity"},
-    KnownGuid{&IID_IMarshal, "IID_IMarshal"},
+const KnownGuid KnownGuids[] = {
+    {&CLSID_WbemLocator, "CLSID_WbemLocator"},
+    {&CLSID_UnsecuredApartment, "CLSID_UnsecuredApartment"},
+    {&IID_IUnknown, "IID_IUnknown"},
+    {&IID_IWbemLocator, "IID_IWbemLocator"},
+    {&IID_IWbemServices, "IID_IWbemServices"},
+    {&IID_IWbemClassObject, "IID_IWbemClassObject"},
+    {&IID_IEnumWbemClassObject, "IID_IEnumWbemClassObject"},
+    {&IID_IWbemObjectSink, "IID_IWbemObjectSink"},
+    {&IID_IUnsecuredApartment, "IID_IUnsecuredApartment"},
+    {&IID_IClientSecurity, "IID_IClientSecurity"},
+    {&IID_IMarshal, "IID_IMarshal"},
 };
 
-constexpr std::array TypeNames = {
-    std::pair{VT_EMPTY, "empty"}, std::pair{VT_NULL, "null"},      std::pair{VT_I1, "int8"},
-    std::pair{VT_UI1, "uint8"},   std::pair{VT_I2, "int16"},       std::pair{VT_UI2, "uint16"},
-    std::pair{VT_I4, "int32"},    std::pair{VT_UI4, "uint32"},     std::pair{VT_INT, "int"},
-    std::pair{VT_UINT, "uint"},   std::pair{VT_I8, "int64"},       std::pair{VT_UI8, "uint64"},
-    std::pair{VT_R4, "float"},    std::pair{VT_R8, "double"},      std::pair{VT_BOOL, "bool"},
-    std::pair{VT_BSTR, "text"},   std::pair{VT_UNKNOWN, "object"}, std::pair{VT_DISPATCH, "object"},
+constexpr std::pair<VARENUM, const char*> TypeNames[] = {
+    {VT_EMPTY, "empty"}, {VT_NULL, "null"},      {VT_I1, "int8"},         {VT_UI1, "uint8"}, {VT_I2, "int16"},
+    {VT_UI2, "uint16"},  {VT_I4, "int32"},       {VT_UI4, "uint32"},      {VT_INT, "int"},   {VT_UINT, "uint"},
+    {VT_I8, "int64"},    {VT_UI8, "uint64"},     {VT_R4, "float"},        {VT_R8, "double"}, {VT_BOOL, "bool"},
+    {VT_BSTR, "text"},   {VT_UNKNOWN, "object"}, {VT_DISPATCH, "object"},
 };
 
 std::string TypeName(unsigned int type)
 {
     const auto* const found = std::ranges::find_if(
         TypeNames, [type](const auto& entry) { return static_cast<unsigned>(entry.first) == type; });
-    return found != TypeNames.end() ? found->second : "type " + std::to_string(type);
+    return found != std::end(TypeNames) ? found->second : "type " + std::to_string(type);
 }
 
 std::string ShowBytes(SAFEARRAY& array, ULONG count)
@@ -106,7 +105,7 @@ std::string ShowGuid(const GUID& guid)
 {
     const auto* const found =
         std::ranges::find_if(KnownGuids, [&guid](const KnownGuid& known) { return IsEqualGUID(*known.guid, guid); });
-    if (found != KnownGuids.end())
+    if (found != std::end(KnownGuids))
     {
         return found->name;
     }

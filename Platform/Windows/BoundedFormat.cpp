@@ -1,7 +1,8 @@
 #include "Platform/Windows/BoundedFormat.h"
 
+#include "Platform/Windows/FormatText.h"
+
 #include <cstdarg>
-#include <cwchar>
 
 namespace Zv::Tessel::Server::Shared::WMI
 {
@@ -17,7 +18,7 @@ HRESULT BoundedFormat(wchar_t* buffer, std::size_t bytes, const wchar_t* format,
 
     va_list arguments;
     va_start(arguments, format);
-    const int written = _vsnwprintf(buffer, size - 1, format, arguments);
+    const int written = FormatText(buffer, size - 1, format, arguments);
     va_end(arguments);
     buffer[size - 1] = L'\0'; // the run time leaves a text that just fits, or does not fit, without its terminator
     return written < 0 ? HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER) : S_OK;

@@ -21,11 +21,11 @@ std::wstring OrEmpty(const wchar_t* text)
 
 } // namespace
 
-ComPtr<BiosWmiEventSink> BiosWmiEventSink::Create(const wchar_t* eventName, std::list<int> eventIds,
-                                                  const wchar_t* logContext)
+ComPtr<BiosWmiEventSink> BiosWmiEventSink::Create(const wchar_t* eventNameText, std::list<int> filter,
+                                                  const wchar_t* logContextText)
 {
     ComPtr<BiosWmiEventSink> sink;
-    *sink.Receive() = new BiosWmiEventSink(eventName, std::move(eventIds), logContext);
+    *sink.Receive() = new BiosWmiEventSink(eventNameText, std::move(filter), logContextText);
     sink->AddRef();
     return sink;
 }

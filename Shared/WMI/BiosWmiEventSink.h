@@ -30,10 +30,10 @@ class Variant;
 class BiosWmiEventSink final : public IWbemObjectSink
 {
 public:
-    // eventName: the event to set when an event has come. logContext: for log lines. Null counts as empty.
-    // eventIds: the filter; empty passes every event. Throws std::bad_alloc.
-    [[nodiscard]] static ComPtr<BiosWmiEventSink> Create(const wchar_t* eventName, std::list<int> eventIds,
-                                                         const wchar_t* logContext);
+    // eventNameText: the event to set when an event has come. logContextText: for log lines. Null counts as empty.
+    // filter: the ids to pass; empty passes every event. Throws std::bad_alloc.
+    [[nodiscard]] static ComPtr<BiosWmiEventSink> Create(const wchar_t* eventNameText, std::list<int> filter,
+                                                         const wchar_t* logContextText);
     BiosWmiEventSink(const BiosWmiEventSink&) = delete;
     BiosWmiEventSink& operator=(const BiosWmiEventSink&) = delete;
 

@@ -1,6 +1,7 @@
 #include "Simulator/Cim/CimModel.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Zv::Simulator
 {

@@ -5,6 +5,7 @@
 
 #include <wbemidl.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>

@@ -3,6 +3,7 @@
 #include "Simulator/Cim/CimTypes.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cwchar>
 

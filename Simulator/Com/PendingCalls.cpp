@@ -4,6 +4,7 @@
 #include "Simulator/State/CallGate.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Zv::Simulator
 {

@@ -3,6 +3,7 @@
 #include "Simulator/Com/VariantConversion.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Zv::Simulator
 {

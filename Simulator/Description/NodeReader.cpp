@@ -3,6 +3,7 @@
 #include "Simulator/Cim/StatusNames.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Zv::Simulator
 {

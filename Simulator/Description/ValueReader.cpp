@@ -3,6 +3,9 @@
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Description/NodeReader.h"
 
+#include <cstddef>
+#include <utility>
+
 namespace Zv::Simulator
 {
 

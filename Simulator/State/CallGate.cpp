@@ -1,5 +1,7 @@
 #include "Simulator/State/CallGate.h"
 
+#include <utility>
+
 namespace Zv::Simulator
 {
 

@@ -3,6 +3,7 @@
 #include "Simulator/Wql/WqlTokens.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Zv::Simulator
 {

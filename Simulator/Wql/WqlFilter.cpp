@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cwchar>
 #include <vector>
 
 namespace Zv::Simulator

@@ -1,6 +1,7 @@
 #include "Simulator/Wql/WqlTokens.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Zv::Simulator
 {

@@ -3,7 +3,7 @@
 #include "Tests/Events/EventTest.h"
 
 #include <atomic>
-#include <cstdio>
+#include <cwchar>
 #include <map>
 #include <memory>
 
@@ -47,7 +47,7 @@ struct Received
 Received Parse(const std::wstring& text)
 {
     Received event;
-    EXPECT_EQ(swscanf(text.c_str(), L"{\"eventId\":%d,\"eventData\":%d}", &event.id, &event.data), 2) << Narrow(text);
+    EXPECT_EQ(swscanf_s(text.c_str(), L"{\"eventId\":%d,\"eventData\":%d}", &event.id, &event.data), 2) << Narrow(text);
     return event;
 }
 

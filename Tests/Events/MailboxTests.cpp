@@ -43,9 +43,9 @@ protected:
     // An event that is emitted on a thread of its own and waits for the full mailbox.
     [[nodiscard]] std::unique_ptr<Async> EmitAside(int id, int data)
     {
-        const int before = waits.Count();
+        const int before = waitsAtMailbox.Count();
         auto emission = std::make_unique<Async>([this, id, data] { Emit(id, data); });
-        waits.WaitFor(before + 1);
+        waitsAtMailbox.WaitFor(before + 1);
         return emission;
     }
 
@@ -54,7 +54,7 @@ protected:
         using Wait = decltype(SleepConditionVariableSRW);
         calls->Replace<"SleepConditionVariableSRW", Wait>(
             [this](CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD limit, ULONG flags) {
-                waits.Add();
+                waitsAtMailbox.Add();
                 return calls->Original<"SleepConditionVariableSRW", Wait>()(condition, lock, limit, flags);
             });
     }
@@ -71,7 +71,7 @@ protected:
             });
     }
 
-    Counter waits; // at the mailbox
+    Counter waitsAtMailbox;
 };
 
 TEST_F(Mailbox, ASlowCallbackHoldsBackTheProducerAndLosesNothing)

@@ -1,6 +1,7 @@
 #include "Tests/FakeLogging/FakeLogging.h"
 
 #include "Logging/Logging.h"
+#include "Platform/Windows/FormatText.h"
 #include "Platform/Windows/Lock.h"
 
 #include <array>
@@ -13,6 +14,7 @@ namespace
 
 using FakeLogging::Level;
 using FakeLogging::Overload;
+using Zv::Tessel::Server::Shared::FormatText;
 using Zv::Tessel::Server::Shared::Lock;
 using Zv::Tessel::Server::Shared::LockGuard;
 
@@ -36,8 +38,7 @@ void Write(Level level, Overload overload, const Logging::LoggingData& data, std
 {
     static constexpr std::size_t LongestLine = 16384;
     std::wstring text(LongestLine, L'\0');
-    // The C runtime's own function: %s wide, %S narrow.
-    const int length = _vsnwprintf(text.data(), text.size() - 1, data.message, arguments);
+    const int length = FormatText(text.data(), text.size() - 1, data.message, arguments);
     text.resize(length >= 0 ? static_cast<std::size_t>(length) : std::wcslen(text.c_str()));
     Deliver({level, overload, data.message, data.context, data.reserved, text.c_str()});
 }

@@ -6,6 +6,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cwchar>
+#include <utility>
 
 namespace Zv::Fuzz
 {

@@ -1,6 +1,7 @@
 // What the fuzzer feeds the module with: commands of one session, and what the machine answers.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>

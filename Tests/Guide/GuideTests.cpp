@@ -166,7 +166,7 @@ private:
         {
             int id = 0;
             int data = 0;
-            ASSERT_EQ(std::swscanf(expected.c_str(), L"{\"eventId\":%d,\"eventData\":%d}", &id, &data), 2);
+            ASSERT_EQ(swscanf_s(expected.c_str(), L"{\"eventId\":%d,\"eventData\":%d}", &id, &data), 2);
             ASSERT_TRUE(m_machine.WaitForSubscriptions(1, Watchdog::Default));
             m_machine.FireEvent(id, data);
         }

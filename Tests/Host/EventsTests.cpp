@@ -9,6 +9,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <regex>
 #include <string>
 #include <vector>

@@ -7,6 +7,8 @@
 
 #include <time.h>
 
+#include <thread>
+
 namespace Zv::Testing
 {
 

@@ -6,6 +6,7 @@
 
 #include <shellapi.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <string>

@@ -4,6 +4,7 @@
 #include "Tests/Support/Text.h"
 
 #include <algorithm>
+#include <new>
 
 namespace Zv::Testing
 {

@@ -3,6 +3,8 @@
 
 #include "Tests/Support/Text.h"
 
+#include <new>
+
 namespace Zv::Testing
 {
 

@@ -19,6 +19,7 @@
 #include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 
 namespace Zv::Testing
 {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <thread>
 #include <vector>
 

@@ -72,7 +72,7 @@ protected:
         return code;
     }
 
-    static void ExpectAllGone(const CallbackCounts& counts)
+    void ExpectAllGone() const
     {
         EXPECT_EQ(counts.Alive(), 0);
         EXPECT_EQ(counts.usedAfterDeath, 0);
@@ -94,7 +94,7 @@ TEST_P(CallbackOnPath, IsDestroyedExactlyOnce)
 
     Execute(path, callback.Address());
 
-    ExpectAllGone(counts);
+    ExpectAllGone();
     EXPECT_LE(counts.copies, path.copies) << "only the functions that pass it on copy it";
 }
 
@@ -147,7 +147,7 @@ TEST_F(Callback, IsCopiedOnceByFunction256AndCalledOncePerInstance)
 
     EXPECT_EQ(counts.copies, 1);
     EXPECT_EQ(counts.texts, (std::vector<std::wstring>{L"one", L"two", L"three"}));
-    ExpectAllGone(counts);
+    ExpectAllGone();
 }
 
 TEST_F(Callback, ThatThrowsEndsFunction256WithAGeneralFailure)
@@ -158,7 +158,7 @@ TEST_F(Callback, ThatThrowsEndsFunction256WithAGeneralFailure)
     EXPECT_EQ(Execute({"", 256, TextOfThree}, callback.Address()), 0x20000002);
 
     EXPECT_EQ(counts.calls, 1);
-    ExpectAllGone(counts);
+    ExpectAllGone();
 }
 
 TEST_F(Callback, ThatThrowsAnIntegerMakesFunction256AGeneralFailureAllTheSame)
@@ -168,7 +168,7 @@ TEST_F(Callback, ThatThrowsAnIntegerMakesFunction256AGeneralFailureAllTheSame)
 
     EXPECT_EQ(Execute({"", 256, TextOfThree}, callback.Address()), 0x20000002);
 
-    ExpectAllGone(counts);
+    ExpectAllGone();
 }
 
 TEST_F(Callback, MayRunAnotherCommand)
@@ -180,7 +180,7 @@ TEST_F(Callback, MayRunAnotherCommand)
     EXPECT_EQ(Execute({"", 256, TextOfThree}, callback.Address()), 0);
 
     EXPECT_EQ(inner.text, LR"({"result":1})");
-    ExpectAllGone(counts);
+    ExpectAllGone();
 }
 
 } // namespace

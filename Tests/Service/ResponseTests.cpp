@@ -2,6 +2,8 @@
 
 #include "Tests/Support/ModuleTest.h"
 
+#include <cstdlib>
+
 namespace
 {
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <string>
+#include <system_error>
 
 namespace Zv::Testing
 {

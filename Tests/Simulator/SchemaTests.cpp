@@ -54,9 +54,9 @@ int CountFixedObjects(const rapidjson::Value& schema)
     {
         const auto additional = schema.FindMember("additionalProperties");
         count += additional != schema.MemberEnd() && additional->value.IsFalse() ? 1 : 0;
-        for (const auto& member : schema.GetObject())
+        for (auto member = schema.MemberBegin(); member != schema.MemberEnd(); ++member)
         {
-            count += CountFixedObjects(member.value);
+            count += CountFixedObjects(member->value);
         }
     }
     return count;
@@ -169,9 +169,10 @@ TEST_F(SchemaTests, TheSchemaAndTheSimulatorKnowTheSameKeysOfEveryObject)
         const rapidjson::Value* const schema = rapidjson::Pointer{object}.Get(m_text);
         ASSERT_NE(nullptr, schema);
         std::set<std::string> keys;
-        for (const auto& property : (*schema)["properties"].GetObject())
+        const rapidjson::Value& properties = (*schema)["properties"];
+        for (auto property = properties.MemberBegin(); property != properties.MemberEnd(); ++property)
         {
-            keys.insert(property.name.GetString());
+            keys.insert(property->name.GetString());
         }
         EXPECT_EQ(1U, keys.erase("note")); // which every object may have
         try

@@ -1,5 +1,7 @@
 #include "Tests/Support/FaultPlan.h"
 
+#include <utility>
+
 namespace Zv::Testing
 {
 

@@ -25,19 +25,19 @@ struct Fault
     std::optional<DWORD> lastError; // set before the call returns
 
     template <class Result>
-    static Fault Every(Result result, std::optional<DWORD> lastError = {})
+    static Fault Every(Result value, std::optional<DWORD> error = {})
     {
-        return From(1, result, lastError);
+        return From(1, value, error);
     }
     template <class Result>
-    static Fault Nth(int call, Result result, std::optional<DWORD> lastError = {})
+    static Fault Nth(int call, Result value, std::optional<DWORD> error = {})
     {
-        return {call, call, static_cast<std::uint64_t>(result), lastError};
+        return {call, call, static_cast<std::uint64_t>(value), error};
     }
     template <class Result>
-    static Fault From(int call, Result result, std::optional<DWORD> lastError = {})
+    static Fault From(int call, Result value, std::optional<DWORD> error = {})
     {
-        return {call, std::numeric_limits<int>::max(), static_cast<std::uint64_t>(result), lastError};
+        return {call, std::numeric_limits<int>::max(), static_cast<std::uint64_t>(value), error};
     }
 };
 

@@ -1,5 +1,7 @@
 #include "Tests/Support/Text.h"
 
+#include "Platform/Windows/FormatText.h"
+
 #include <windows.h>
 
 #include <cstdarg>
@@ -33,7 +35,7 @@ std::wstring Format(const wchar_t* format, ...)
     std::wstring text(16384, L'\0');
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = _vsnwprintf(text.data(), text.size(), format, arguments);
+    const int length = Tessel::Server::Shared::FormatText(text.data(), text.size(), format, arguments);
     va_end(arguments);
     text.resize(length >= 0 ? static_cast<std::size_t>(length) : text.size());
     return text;

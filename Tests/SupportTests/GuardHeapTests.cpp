@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cwchar>
 #include <functional>
+#include <ostream>
 #include <stdexcept>
 
 namespace
