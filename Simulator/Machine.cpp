@@ -1,5 +1,6 @@
 #include "Simulator/Machine.h"
 
+#include "Platform/Com/ComPtr.h"
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Com/Core.h"
 #include "Simulator/Com/Locator.h"

@@ -1,7 +1,6 @@
 // A simulated machine: a description that has come to life.
 #pragma once
 
-#include "Platform/Com/ComPtr.h"
 #include "Simulator/Description/Description.h"
 #include "Simulator/Description/DescriptionError.h"
 #include "Simulator/State/CallGate.h"
@@ -22,6 +21,12 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+namespace Zv::Tessel::Server::Shared::WMI
+{
+template <class Interface>
+class ComPtr;
+}
 
 namespace Zv::Simulator
 {
