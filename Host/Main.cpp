@@ -1,5 +1,5 @@
 #include "Host/Application.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <windows.h>
 
@@ -13,7 +13,7 @@ extern "C" int wmain(int count, wchar_t** arguments)
     std::vector<std::string> texts;
     for (int i = 1; i < count; ++i)
     {
-        texts.push_back(Zv::Host::ToUtf8(arguments[i]));
+        texts.push_back(Zv::ToUtf8(arguments[i]));
     }
     // Not by returning: where the module's hotkeys are armed, its threads go on until the process is gone, and would
     // find destroyed what they use of this program.

@@ -1,6 +1,7 @@
 #include "Services/JsonUtils.h"
 
-#include "Services/CheckedCopy.h"
+#include "Platform/Windows/CheckedCopy.h"
+#include "Services/ClientId.h"
 #include "Services/UtilHelper.h"
 #include "Shared/Log/ClassLog.h"
 #include "Shared/Log/TypeName.h"
@@ -39,7 +40,7 @@ bool JsonUtils::GetJsonValue(JsonDocument* document, const wchar_t* jsonName, Js
 {
     constexpr const char* method = "GetJsonValue";
     wchar_t logContext[MaxClientIdLength + 1];
-    CheckedCopy(logContext, MaxClientIdLength + 1, clientId);
+    Shared::CheckedCopy(logContext, MaxClientIdLength + 1, clientId);
 
     if (UtilHelper::NullChecker({{document, "document"},
                                  {Shared::ClassName<JsonUtils>(), "className"},

@@ -1,6 +1,7 @@
 #include "Simulator/Machine.h"
 
 #include "Platform/Com/ComPtr.h"
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Com/Core.h"
 #include "Simulator/Com/Locator.h"

@@ -1,7 +1,7 @@
 #include "Host/Client/BoardId.h"
 
 #include "Host/Text/Json.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Services/WMI/Hotkeys/CompanionApp.h"
 

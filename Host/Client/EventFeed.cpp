@@ -1,7 +1,7 @@
 #include "Host/Client/EventFeed.h"
 
 #include "Host/Text/Json.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <algorithm>
 

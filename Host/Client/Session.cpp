@@ -1,6 +1,6 @@
 #include "Host/Client/Session.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <exception>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "Host/CommandLine/Connection.h"
 
-#include "Host/Text/Utf.h"
 #include "Host/Trace/Imports.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Interception/LoadWatch.h"
 #include "Interception/ModuleExports.h"

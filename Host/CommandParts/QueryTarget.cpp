@@ -1,6 +1,6 @@
 #include "Host/CommandParts/QueryTarget.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Shared/Contract/ResultCode.h"
 

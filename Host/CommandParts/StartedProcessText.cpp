@@ -1,7 +1,7 @@
 #include "Host/CommandParts/StartedProcessText.h"
 
 #include "Host/Text/Json.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 namespace Zv::Host
 {

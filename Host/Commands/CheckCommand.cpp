@@ -1,7 +1,7 @@
 #include "Host/CommandLine/Simulation.h"
 #include "Host/Commands/CommandTable.h"
 #include "Host/Recording/DescriptionContents.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 namespace Zv::Host
 {

@@ -3,7 +3,7 @@
 #include "Host/Commands/CommandTable.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 namespace Zv::Host
 {

@@ -8,7 +8,7 @@
 #include "Host/Text/Failure.h"
 #include "Host/Text/Numbers.h"
 #include "Host/Text/OutputFile.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Simulator/Cim/ObjectPath.h"
 #include "Simulator/Description/DescriptionWriter.h"

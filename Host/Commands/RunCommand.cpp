@@ -5,7 +5,7 @@
 #include "Host/Text/Json.h"
 #include "Host/Text/Numbers.h"
 #include "Host/Text/RequestText.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <algorithm>
 #include <array>

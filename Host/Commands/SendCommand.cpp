@@ -4,7 +4,7 @@
 #include "Host/Text/Json.h"
 #include "Host/Text/Numbers.h"
 #include "Host/Text/SystemError.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Simulator/EventChannel.h"
 

@@ -1,7 +1,7 @@
 #include "Host/Completion/MachineNames.h"
 
 #include "Host/Recording/WmiClient.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Simulator/State/Worker.h"
 

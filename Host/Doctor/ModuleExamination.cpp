@@ -1,7 +1,7 @@
 #include "Host/Doctor/ModuleExamination.h"
 
 #include "Host/Client/Module.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Platform/Windows/Handle.h"
 

@@ -2,10 +2,10 @@
 
 #include "Host/CommandParts/ConsoleUser.h"
 #include "Host/Doctor/ModuleExamination.h"
-#include "Host/Text/Utf.h"
 #include "Host/Watch/HotkeyWatch.h"
 #include "Host/Watch/LogText.h"
 #include "Host/Watch/ProblemWatch.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Services/Launcher/ApiSet.h"
 #include "Services/Launcher/Launcher.h"

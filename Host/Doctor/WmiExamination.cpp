@@ -5,8 +5,8 @@
 #include "Host/Recording/WmiClient.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/Json.h"
-#include "Host/Text/Utf.h"
 #include "Host/Watch/HotkeyWatch.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Platform/Windows/BoundedFormat.h"
 #include "Services/WMI/Hotkeys/CompanionApp.h"

@@ -1,7 +1,7 @@
 #include "Host/Recording/ClassRecorder.h"
 
 #include "Host/Text/Failure.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Platform/Com/Bstr.h"
 #include "Platform/Com/SafeArray.h"

@@ -3,7 +3,7 @@
 #include "Host/Explain/HResults.h"
 #include "Host/Explain/ResultCodes.h"
 #include "Host/Text/Failure.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Platform/Com/Bstr.h"
 #include "Platform/Com/SafeArray.h"

@@ -1,6 +1,6 @@
 #include "Host/Shell/FileNames.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Simulator/Cim/CimModel.h"
 

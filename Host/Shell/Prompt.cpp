@@ -5,7 +5,7 @@
 #include "Host/Terminal/ConsoleInput.h"
 #include "Host/Text/Failure.h"
 #include "Host/Text/SystemError.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <algorithm>
 #include <cctype>

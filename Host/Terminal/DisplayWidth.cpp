@@ -1,6 +1,6 @@
 #include "Host/Terminal/DisplayWidth.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <windows.h>
 

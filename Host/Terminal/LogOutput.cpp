@@ -1,6 +1,6 @@
 #include "Host/Terminal/LogOutput.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <new>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Host/Terminal/OutputStream.h"
 
 #include "Host/Text/OutputFile.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <algorithm>
 #include <cwchar>

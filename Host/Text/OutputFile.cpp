@@ -2,7 +2,7 @@
 
 #include "Host/Text/Failure.h"
 #include "Host/Text/SystemError.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Platform/Windows/Handle.h"
 

@@ -2,7 +2,7 @@
 
 #include "Host/Recording/Redaction.h"
 #include "Host/Text/Json.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Services/ZVService.h"
 

@@ -1,8 +1,8 @@
 #include "Host/Trace/TracedService.h"
 
 #include "Host/Explain/ResultCodes.h"
-#include "Host/Text/Utf.h"
 #include "Host/Trace/Traced.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <cwchar>
 

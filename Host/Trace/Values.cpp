@@ -1,7 +1,7 @@
 #include "Host/Trace/Values.h"
 
-#include "Host/Text/Utf.h"
 #include "Host/Trace/TraceLog.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <algorithm>
 #include <cstdio>

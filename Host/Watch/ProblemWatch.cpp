@@ -1,8 +1,8 @@
 #include "Host/Watch/ProblemWatch.h"
 
 #include "Host/Explain/HResults.h"
-#include "Host/Text/Utf.h"
 #include "Host/Watch/LogText.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <new>
 #include <utility>

@@ -3,7 +3,7 @@
 #include "Services/WMI/WMIService.h"
 
 #include "Platform/GccRuntime/HostCall.h"
-#include "Services/CheckedCopy.h"
+#include "Platform/Windows/CheckedCopy.h"
 #include "Services/UtilHelper.h"
 #include "Services/WMI/HandlerEdge.h"
 #include "Services/WMI/WMIServiceContext.h"
@@ -195,7 +195,7 @@ int WMIService::HandOut(const JsonDocument& document, wchar_t** response, int re
         Log(clientId).Error(L"%S.%S - cannot allocate memory for %s", "ExecuteCommand", L"*outString");
         return GeneralFailure;
     }
-    CheckedCopy(*response, size, terminated);
+    Shared::CheckedCopy(*response, size, terminated);
     return result;
 }
 

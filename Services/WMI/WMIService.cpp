@@ -1,6 +1,6 @@
 #include "Services/WMI/WMIService.h"
 
-#include "Services/WMI/Hotkeys/SetupHotkeyEventAppLauncher.h"
+#include "Services/WMI/SetupHotkeyEventAppLauncher.h"
 #include "Services/WMI/WMIServiceContext.h"
 #include "Shared/Log/TypeName.h"
 

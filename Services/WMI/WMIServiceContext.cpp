@@ -1,7 +1,7 @@
 #include "Services/WMI/WMIServiceContext.h"
 
 #include "Platform/Windows/Uuid.h"
-#include "Services/CheckedCopy.h"
+#include "Services/ClientId.h"
 #include "Shared/WMI/BiosWmiEventSink.h"
 
 namespace Zv::Tessel::Server::Services::WMI

@@ -1,6 +1,6 @@
 #include "Shared/Json/JsonText.h"
 
-#include "Services/CheckedCopy.h"
+#include "Platform/Windows/CheckedCopy.h"
 #include "Shared/Json/TextScan.h"
 
 #include <rapidjson/reader.h>
@@ -148,7 +148,7 @@ std::unique_ptr<wchar_t[]> ToJsonText(const JsonValue& value)
     WriteJson(value, text);
     const std::size_t size = Length(text) + 1;
     auto copy = std::make_unique<wchar_t[]>(size);
-    CheckedCopy(copy.get(), size, text.GetString());
+    Shared::CheckedCopy(copy.get(), size, text.GetString());
     return copy;
 }
 

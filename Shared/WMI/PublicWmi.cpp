@@ -1,10 +1,10 @@
 #include "Shared/WMI/PublicWmi.h"
 
 #include "Platform/Com/Bstr.h"
-#include "Platform/Com/ComApartment.h"
 #include "Platform/GccRuntime/HostCall.h"
 #include "Shared/Contract/ResultCode.h"
 #include "Shared/Log/TypeName.h"
+#include "Shared/WMI/ComApartment.h"
 #include "Shared/WMI/WmiCall.h"
 #include "Shared/WMI/WmiConnection.h"
 

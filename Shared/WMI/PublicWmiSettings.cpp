@@ -3,8 +3,8 @@
 #include "Shared/WMI/PublicWmi.h"
 
 #include "Platform/Com/Bstr.h"
-#include "Platform/Com/ComApartment.h"
 #include "Shared/Contract/ResultCode.h"
+#include "Shared/WMI/ComApartment.h"
 #include "Shared/WMI/FirmwareNames.h"
 #include "Shared/WMI/WmiCall.h"
 

@@ -1,7 +1,7 @@
 #include "Simulator/Cim/MofText.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/CimTypes.h"
-#include "Simulator/Description/NodeReader.h"
 
 #include <cstdio>
 
@@ -46,7 +46,7 @@ std::wstring RealText(double value)
 {
     char text[32];
     std::snprintf(text, sizeof text, "%.15g", value);
-    return ToWide(text);
+    return ToUtf16(text);
 }
 
 std::wstring ScalarText(const Value& value, CIMTYPE type)
@@ -114,7 +114,7 @@ std::wstring InstanceText(const Object& object)
 std::wstring Declaration(const Property& property)
 {
     const std::wstring type =
-        property.objectClass.empty() ? ToWide(DescribeCimType(property.type).name) : property.objectClass;
+        property.objectClass.empty() ? ToUtf16(DescribeCimType(property.type).name) : property.objectClass;
     return type + L" " + property.name + (property.IsArray() ? L"[]" : L"");
 }
 
@@ -128,7 +128,7 @@ std::wstring MethodText(const Method& method)
             const Property& property = signature->properties[i];
             if (property.name == L"ReturnValue")
             {
-                result = ToWide(DescribeCimType(property.type).name);
+                result = ToUtf16(DescribeCimType(property.type).name);
                 continue;
             }
             parameters += (parameters.empty() ? L"" : L", ") + std::wstring{direction} + Declaration(property);

@@ -1,8 +1,8 @@
 #include "Simulator/Cim/Qualifiers.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Cim/StatusNames.h"
-#include "Simulator/Description/NodeReader.h"
 
 #include <algorithm>
 
@@ -28,7 +28,7 @@ void AddDescription(const std::wstring& description, QualifierList& qualifiers)
 
 std::wstring TypeName(const Property& property)
 {
-    const std::wstring type = ToWide(DescribeCimType(property.type).name);
+    const std::wstring type = ToUtf16(DescribeCimType(property.type).name);
     return property.objectClass.empty() ? type : type + L":" + property.objectClass;
 }
 

@@ -1,5 +1,6 @@
 #include "Simulator/Description/ClassReader.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Cim/StatusNames.h"
 
@@ -110,7 +111,7 @@ std::vector<Property> ClassReader::ReadProperties(const JsonNode& node)
 Property ClassReader::ReadProperty(const JsonMember& member)
 {
     Property property;
-    property.name = ToWide(member.key);
+    property.name = ToUtf16(member.key);
     if (member.value.kind != JsonNode::Kind::Object)
     {
         ReadType(member.value, property);
@@ -154,7 +155,7 @@ void ClassReader::ReadType(const JsonNode& node, Property& property)
     text.resize(text.size() - (array ? 2 : 0));
     if (text.starts_with("object:") && text.size() > 7)
     {
-        property.objectClass = ToWide(std::string_view{text}.substr(7));
+        property.objectClass = ToUtf16(std::string_view{text}.substr(7));
         m_usedClasses.emplace_back(&node, property.objectClass);
         text.resize(6);
     }
@@ -173,7 +174,7 @@ void ClassReader::ReadMethods(const Pending& pending)
     {
         for (const JsonMember* member : ReadMap(*methods, "an object with one member per method"))
         {
-            if (definition.FindMethod(ToWide(member->key)) != nullptr)
+            if (definition.FindMethod(ToUtf16(member->key)) != nullptr)
             {
                 throw DescriptionError{member->where, "expected each method once, found \"" + member->key + "\" again"};
             }
@@ -203,7 +204,7 @@ Method ClassReader::ReadMethod(const JsonMember& member)
 {
     const Members members{member.value, {"description", "static", "in", "out", "does"}};
     Method method;
-    method.name = ToWide(member.key);
+    method.name = ToUtf16(member.key);
     method.description = ReadDescriptionText(members);
     if (const JsonNode* isStatic = members.Find("static"))
     {

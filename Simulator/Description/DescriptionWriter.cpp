@@ -1,5 +1,6 @@
 #include "Simulator/Description/DescriptionWriter.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Cim/ValueCompare.h"
 #include "Simulator/Description/NodeReader.h"

@@ -1,5 +1,6 @@
 #include "Simulator/Description/EnvironmentReader.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/NearestName.h"
 #include "Simulator/Cim/ObjectPath.h"
 #include "Simulator/Description/NodeReader.h"
@@ -69,7 +70,7 @@ Setting ReadSetting(const JsonNode& node)
         }
         for (const JsonNode* value : {members.Find("value"), initial})
         {
-            if (value != nullptr && std::ranges::find(setting.allowed, ToWide(value->text)) == setting.allowed.end())
+            if (value != nullptr && std::ranges::find(setting.allowed, ToUtf16(value->text)) == setting.allowed.end())
             {
                 Expected(*value, "one of the values in \"allowed\"");
             }
@@ -319,7 +320,7 @@ Session ReadSession(const JsonNode& node)
     {
         for (const JsonMember* member : ReadMap(*environment, "an object with environment variables"))
         {
-            std::wstring name = ToWide(member->key);
+            std::wstring name = ToUtf16(member->key);
             if (std::ranges::any_of(session.environment, [&](const auto& v) { return EqualNoCase(v.first, name); }))
             {
                 throw DescriptionError{member->where,

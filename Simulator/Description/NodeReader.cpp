@@ -1,5 +1,6 @@
 #include "Simulator/Description/NodeReader.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/StatusNames.h"
 
 #include <algorithm>
@@ -73,39 +74,13 @@ void Expected(const JsonNode& node, const std::string& what)
     throw DescriptionError{node.where, "expected " + what + ", found " + node.Describe()};
 }
 
-std::wstring ToWide(std::string_view utf8)
-{
-    std::wstring wide;
-    if (!utf8.empty())
-    {
-        const int size = static_cast<int>(utf8.size());
-        const int length = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, nullptr, 0);
-        wide.resize(static_cast<std::size_t>(length));
-        MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, wide.data(), length);
-    }
-    return wide;
-}
-
-std::string ToUtf8(std::wstring_view text)
-{
-    std::string utf8;
-    if (!text.empty())
-    {
-        const int length = static_cast<int>(text.size());
-        const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-        utf8.resize(static_cast<std::size_t>(size));
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), size, nullptr, nullptr);
-    }
-    return utf8;
-}
-
 std::wstring ReadText(const JsonNode& node, const std::string& what)
 {
     if (node.kind != JsonNode::Kind::String)
     {
         Expected(node, what + " as a text");
     }
-    return ToWide(node.text);
+    return ToUtf16(node.text);
 }
 
 std::wstring ReadNonEmptyText(const JsonNode& node, const std::string& what)

@@ -31,9 +31,6 @@ private:
 
 [[noreturn]] void Expected(const JsonNode& node, const std::string& what);
 
-[[nodiscard]] std::wstring ToWide(std::string_view utf8);
-[[nodiscard]] std::string ToUtf8(std::wstring_view text);
-
 [[nodiscard]] std::wstring ReadText(const JsonNode& node, const std::string& what);         // may be empty
 [[nodiscard]] std::wstring ReadNonEmptyText(const JsonNode& node, const std::string& what); // may not
 [[nodiscard]] bool ReadFlag(const JsonNode& node, const std::string& what);

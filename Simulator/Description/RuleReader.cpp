@@ -1,4 +1,5 @@
 // The part of ClassReader that reads what calls are matched with and answered with, and the instances.
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Description/ClassReader.h"
 
 #include "Simulator/Cim/ObjectPath.h"
@@ -22,7 +23,7 @@ PropertyPath Expand(const std::string& key, const std::vector<std::pair<std::str
             return SplitPath(path);
         }
     }
-    return SplitPath(ToWide(key));
+    return SplitPath(ToUtf16(key));
 }
 
 } // namespace

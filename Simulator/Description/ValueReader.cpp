@@ -1,5 +1,6 @@
 #include "Simulator/Description/ValueReader.h"
 
+#include "Platform/Windows/Utf8.h"
 #include "Simulator/Cim/CimTypes.h"
 #include "Simulator/Description/NodeReader.h"
 
@@ -88,7 +89,7 @@ Value ReadScalar(const JsonNode& node, const Property& property, const ClassFind
 {
     if (property.ElementType() == CIM_CHAR16 && node.kind == JsonNode::Kind::String)
     {
-        const std::wstring text = ToWide(node.text);
+        const std::wstring text = ToUtf16(node.text);
         if (text.size() != 1)
         {
             ExpectedType(node, property);
@@ -113,7 +114,7 @@ Value ReadScalar(const JsonNode& node, const Property& property, const ClassFind
         {
             ExpectedType(node, property);
         }
-        return ToWide(node.text);
+        return ToUtf16(node.text);
     }
     if (property.ElementType() == CIM_BOOLEAN)
     {
@@ -192,7 +193,7 @@ void ReadValues(const JsonNode& node, Object& object, const ClassFinder& findCla
     const Class& definition = *object.definition;
     for (const JsonMember* member : ReadMap(node, "an object with property values"))
     {
-        const std::optional<std::size_t> index = definition.FindProperty(ToWide(member->key));
+        const std::optional<std::size_t> index = definition.FindProperty(ToUtf16(member->key));
         if (!index)
         {
             throw DescriptionError{member->where, "expected a property of class \"" + ToUtf8(definition.name) +

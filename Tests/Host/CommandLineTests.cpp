@@ -1,7 +1,7 @@
 #include "Program.h"
 #include "TemporaryFolder.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -116,7 +116,7 @@ TEST(HostModule, IsLoadedFromThePathThatIsGiven)
     const std::filesystem::path copy = folder / L"Kopie \u00fc.dll";
     std::filesystem::copy_file(HostFolder() / "WMIService.dll", copy);
     const Outcome outcome =
-        RunHost({"get", "Win32_OperatingSystem", "Caption", "--module", Host::ToUtf8(copy.wstring())});
+        RunHost({"get", "Win32_OperatingSystem", "Caption", "--module", Zv::ToUtf8(copy.wstring())});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
 }
 

@@ -2,8 +2,8 @@
 #include "Program.h"
 #include "TemporaryFolder.h"
 
-#include "Host/Text/Utf.h"
 #include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -172,7 +172,7 @@ TEST(HostHotkeys, StartTheProgramOfTheDescriptionForReal)
     const std::string machine = folder.Write(
         "machine.json", ChimeboxMachine(R"("signedIn":true,"profile":"C:\\Users\\ann","environment":{"ZV_REPORT":")" +
                                             JsonEscaped((folder / "report.txt").string()) + R"(","ZV_DONE":")" +
-                                            Host::ToUtf8(doneName) + R"("})",
+                                            Zv::ToUtf8(doneName) + R"("})",
                                         program.string()));
 
     const Outcome outcome = RunHost({"hotkeys", "--simulate", machine, "--press", "21:5", "--launch-for-real"});

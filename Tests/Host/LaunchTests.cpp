@@ -2,8 +2,8 @@
 #include "Program.h"
 #include "TemporaryFolder.h"
 
-#include "Host/Text/Utf.h"
 #include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -118,7 +118,7 @@ TEST(HostLaunch, StartsTheProgramOfTheDescriptionForReal)
     const std::filesystem::path program = HostFolder().parent_path() / "tests" / "LaunchedProgram.exe";
     const std::string machine =
         R"("session":{"signedIn":true,"profile":"C:\\Users\\ann","environment":{"ZV_REPORT":")" +
-        JsonEscaped((folder / "report.txt").string()) + R"(","ZV_DONE":")" + Host::ToUtf8(doneName) +
+        JsonEscaped((folder / "report.txt").string()) + R"(","ZV_DONE":")" + Zv::ToUtf8(doneName) +
         R"("}},"packages":[{"family":"F_1","alias":"f.exe","executable":")" + JsonEscaped(program.string()) +
         R"(","fullNames":[{"name":"F_1.0","folder":"C:\\windows"}]}])";
 

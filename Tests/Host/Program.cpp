@@ -1,8 +1,8 @@
 #include "Program.h"
 
 #include "Host/Client/Module.h"
-#include "Host/Text/Utf.h"
 #include "Platform/Windows/Handle.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <windows.h>
 
@@ -93,7 +93,7 @@ StartedProgram::StartedProgram(const std::filesystem::path& program, const std::
     std::wstring commandLine = Quoted(program.wstring());
     for (const std::string& argument : arguments)
     {
-        commandLine += L' ' + Quoted(Host::ToUtf16(argument));
+        commandLine += L' ' + Quoted(Zv::ToUtf16(argument));
     }
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;

@@ -1,6 +1,6 @@
 #include "TemporaryFolder.h"
 
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <windows.h>
 
@@ -29,7 +29,7 @@ TemporaryFolder::~TemporaryFolder()
 std::string TemporaryFolder::Write(const std::filesystem::path& name, std::string_view bytes) const
 {
     std::ofstream{m_path / name, std::ios::binary}.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return Host::ToUtf8((m_path / name).wstring());
+    return Zv::ToUtf8((m_path / name).wstring());
 }
 
 std::string TemporaryFolder::Read(const std::filesystem::path& path)

@@ -2,7 +2,7 @@
 #include "Program.h"
 
 #include "Host/Text/RequestText.h"
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -32,7 +32,7 @@ std::vector<std::string> AskWmic(const Question& question)
     Outcome outcome =
         RunProgram("C:\\windows\\system32\\wbem\\wmic.exe", {"path", question.wmiClass, "get", question.property});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
-    outcome.output = Host::ToUtf8(Host::DecodeRequest(outcome.output, "wmic"));
+    outcome.output = Zv::ToUtf8(Host::DecodeRequest(outcome.output, "wmic"));
     std::vector<std::string> values;
     for (const std::string& line : outcome.OutputLines())
     {

@@ -1,4 +1,5 @@
 #include "Tests/Simulator/Client.h"
+#include "Platform/Windows/Utf8.h"
 
 #include "Simulator/Cim/StatusNames.h"
 #include "Simulator/Description/NodeReader.h"
@@ -108,7 +109,7 @@ std::vector<std::wstring> Column(IWbemServices& services, const wchar_t* query, 
 
 std::wstring StatusText(HRESULT status)
 {
-    return Simulator::ToWide(Simulator::StatusName(status));
+    return ToUtf16(Simulator::StatusName(status));
 }
 
 } // namespace Zv::Testing

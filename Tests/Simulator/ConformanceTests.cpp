@@ -1,3 +1,4 @@
+#include "Platform/Windows/Utf8.h"
 #include "Tests/Simulator/Conformance.h"
 
 #include "Simulator/Cim/StatusNames.h"
@@ -15,7 +16,7 @@ namespace Zv::Testing
 {
 
 using Simulator::Machine;
-using Simulator::ToUtf8;
+using Zv::ToUtf8;
 
 namespace
 {
@@ -85,7 +86,8 @@ std::string Page()
 {
     std::string page =
         "# Conformance\n\n"
-        "What WMI on Windows answers by its documents, and what a [simulated machine](machines.md) answers. Each row is "
+        "What WMI on Windows answers by its documents, and what a [simulated machine](machines.md) answers. Each row "
+        "is "
         "a case of\n`Tests/Simulator/Conformance*.cpp`, which puts the question to a machine; the page is written from "
         "them\n(`ZV_WRITE_DOCS=1 ctest --preset linux-mingw -R Conformance`). A status that a document only lists "
         "among others, or a\nflavor of a qualifier, is as the document leads to expect; the tests that are linked to "

@@ -1,4 +1,5 @@
 // IWbemClassObject: values of every CIM type, putting, names, texts.
+#include "Platform/Windows/Utf8.h"
 #include "Tests/Simulator/Client.h"
 
 #include "Simulator/Cim/StatusNames.h"
@@ -57,7 +58,7 @@ protected:
         ComPtr<IWbemClassObject> object;
         if (FAILED(m_services->GetObject(Bstr{path}.Get(), 0, nullptr, object.Receive(), nullptr)))
         {
-            throw std::runtime_error{"no such object: " + Simulator::ToUtf8(path)};
+            throw std::runtime_error{"no such object: " + Zv::ToUtf8(path)};
         }
         return object;
     }

@@ -2,7 +2,7 @@
 
 #include "Platform/Windows/ModuleLifetime.h"
 #include "Platform/Windows/Thread.h"
-#include "Services/CheckedCopy.h"
+#include "Services/ClientId.h"
 #include "Services/WMI/WMIService.h"
 #include "Shared/Log/TextLog.h"
 

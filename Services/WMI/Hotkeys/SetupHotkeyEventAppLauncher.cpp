@@ -1,4 +1,4 @@
-#include "Services/WMI/Hotkeys/SetupHotkeyEventAppLauncher.h"
+#include "Services/WMI/SetupHotkeyEventAppLauncher.h"
 
 #include "Services/WMI/Hotkeys/Chimebox.h"
 #include "Services/WMI/Hotkeys/Lumashade.h"

@@ -1,11 +1,10 @@
-#include "Services/CheckedCopy.h"
+#include "Platform/Windows/CheckedCopy.h"
 
 #include <windows.h>
 
-#include <cstdlib>
 #include <cwchar>
 
-namespace Zv::Tessel::Server::Services
+namespace Zv::Tessel::Server::Shared
 {
 
 void CheckedCopy(wchar_t* buffer, std::size_t size, const wchar_t* text) noexcept
@@ -24,12 +23,4 @@ void CheckedCopy(wchar_t* buffer, std::size_t size, const wchar_t* text) noexcep
 #endif
 }
 
-std::unique_ptr<wchar_t[]> CopyClientId(const wchar_t* clientId)
-{
-    const std::size_t size = (clientId == nullptr ? 0 : wcsnlen(clientId, MaxClientIdLength)) + 1;
-    auto copy = std::make_unique<wchar_t[]>(size);
-    CheckedCopy(copy.get(), size, clientId);
-    return copy;
-}
-
-} // namespace Zv::Tessel::Server::Services
+} // namespace Zv::Tessel::Server::Shared

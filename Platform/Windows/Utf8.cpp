@@ -1,4 +1,4 @@
-#include "Host/Text/Utf.h"
+#include "Platform/Windows/Utf8.h"
 
 #include <windows.h>
 
@@ -6,7 +6,7 @@
 #include <limits>
 #include <stdexcept>
 
-namespace Zv::Host
+namespace Zv
 {
 
 namespace
@@ -68,4 +68,4 @@ std::size_t LengthInUtf16(std::string_view text)
     return ToUtf16(text).size();
 }
 
-} // namespace Zv::Host
+} // namespace Zv

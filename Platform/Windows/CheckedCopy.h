@@ -1,14 +1,10 @@
-// Copies of client ids through the C runtime's checked copy.
+// The C runtime's checked copy.
 #pragma once
 
 #include <cstddef>
-#include <memory>
 
-namespace Zv::Tessel::Server::Services
+namespace Zv::Tessel::Server::Shared
 {
-
-// The longest client id, in characters.
-inline constexpr std::size_t MaxClientIdLength = 64;
 
 // Copies text with its terminator into a buffer of `size` characters. A null text, or one that does not fit, is an
 // invalid parameter of the C runtime. In builds with Visual Studio the C run time decides alone: it ends the process
@@ -17,8 +13,4 @@ inline constexpr std::size_t MaxClientIdLength = 64;
 // STATUS_INVALID_CRUNTIME_PARAMETER (0xC0000417).
 void CheckedCopy(wchar_t* buffer, std::size_t size, const wchar_t* text) noexcept;
 
-// A copy of a client id of at most MaxClientIdLength characters; anything else goes as CheckedCopy says.
-// Throws std::bad_alloc.
-[[nodiscard]] std::unique_ptr<wchar_t[]> CopyClientId(const wchar_t* clientId);
-
-} // namespace Zv::Tessel::Server::Services
+} // namespace Zv::Tessel::Server::Shared

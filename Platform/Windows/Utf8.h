@@ -1,4 +1,4 @@
-// Conversions between UTF-8, which the host works in, and UTF-16, which Windows and the module work in.
+// Conversions between UTF-8 and UTF-16, which Windows works in.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace Zv::Host
+namespace Zv
 {
 
 // Unpaired surrogates become U+FFFD.
@@ -21,4 +21,4 @@ namespace Zv::Host
 // The number of UTF-16 units that the text takes.
 [[nodiscard]] std::size_t LengthInUtf16(std::string_view text);
 
-} // namespace Zv::Host
+} // namespace Zv
