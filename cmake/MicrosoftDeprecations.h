@@ -1,5 +1,5 @@
-// Included before everything else by the preset msvc-abi-check: the functions of the C run time that Microsoft's headers
-// call deprecated, which Visual Studio makes an error of (C4996).
+// Included before everything else by the preset msvc-abi-check: the functions of the C run time that Microsoft's
+// headers call deprecated, which Visual Studio makes an error of (C4996).
 #pragma once
 
 #pragma GCC system_header // as the headers that it adds to: it has no warnings of its own

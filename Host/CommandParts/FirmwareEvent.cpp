@@ -2,8 +2,8 @@
 
 #include "Host/Text/Numbers.h"
 
-#include <stdexcept>
 #include <cstddef>
+#include <stdexcept>
 
 namespace Zv::Host
 {

@@ -2,8 +2,8 @@
 
 #include <charconv>
 #include <cmath>
-#include <stdexcept>
 #include <cstddef>
+#include <stdexcept>
 #include <system_error>
 
 namespace Zv::Host
