@@ -208,6 +208,25 @@ private:
     }
 
     // Throws when the class takes too long, or Ctrl-C comes.
+    // Once interrupted, a reading has some time to end; one that does not move meanwhile is left, and that is said.
+    static void CheckInterruption(const ClassReading& reading, const Environment& environment)
+    {
+        constexpr DWORD grace = 2000;
+        try
+        {
+            environment.GetInterruption().Check();
+        }
+        catch (const Failure& interruption)
+        {
+            const std::size_t count = reading.Count();
+            if (reading.WaitFor(grace) || reading.Count() != count)
+            {
+                throw;
+            }
+            throw Failure{interruption.Code(), std::string{interruption.what()} + "; a call that hangs was left"};
+        }
+    }
+
     void Wait(const ClassReading& reading, const Wanted& wanted, Progress& progress,
               const Environment& environment) const
     {
@@ -215,7 +234,7 @@ private:
         const ULONGLONG end = GetTickCount64() + ULONGLONG{m_patience} * 1000;
         while (!reading.WaitFor(glance))
         {
-            environment.GetInterruption().Check();
+            CheckInterruption(reading, environment);
             progress.SetCount(reading.Count());
             if (m_patience != 0 && GetTickCount64() >= end)
             {

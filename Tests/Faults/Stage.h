@@ -10,6 +10,8 @@
 #include "Tests/Support/PlatformCalls.h"
 #include "Tests/Support/Transcript.h"
 
+#include <combaseapi.h>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -23,6 +25,22 @@ namespace Zv::Testing
 // are kept to be run.
 class Stage
 {
+    // The module leaves COM once too often, by contract, where joining it failed. That must not cost the thread the
+    // apartment in which the machine's objects live.
+    class ApartmentHold
+    {
+    public:
+        ApartmentHold() { CoIncrementMTAUsage(&m_cookie); }
+        ApartmentHold(const ApartmentHold&) = delete;
+        ApartmentHold& operator=(const ApartmentHold&) = delete;
+        ~ApartmentHold() { CoDecrementMTAUsage(m_cookie); }
+
+    private:
+        CO_MTA_USAGE_COOKIE m_cookie = nullptr;
+    };
+
+    const ApartmentHold m_apartment;
+
 public:
     Stage(HMODULE module, Simulator::Machine& simulated);
     Stage(const Stage&) = delete;
