@@ -208,40 +208,28 @@ private:
     }
 
     // Throws when the class takes too long, or Ctrl-C comes.
-    // Once interrupted, a reading has some time to end; one that does not move meanwhile is left, and that is said.
-    static void CheckInterruption(const ClassReading& reading, const Environment& environment)
-    {
-        constexpr DWORD grace = 2000;
-        try
-        {
-            environment.GetInterruption().Check();
-        }
-        catch (const Failure& interruption)
-        {
-            const std::size_t count = reading.Count();
-            if (reading.WaitFor(grace) || reading.Count() != count)
-            {
-                throw;
-            }
-            throw Failure{interruption.Code(), std::string{interruption.what()} + "; a call that hangs was left"};
-        }
-    }
-
     void Wait(const ClassReading& reading, const Wanted& wanted, Progress& progress,
               const Environment& environment) const
     {
         constexpr DWORD glance = 50;
         const ULONGLONG end = GetTickCount64() + ULONGLONG{m_patience} * 1000;
+        std::size_t count = 0;
         while (!reading.WaitFor(glance))
         {
-            CheckInterruption(reading, environment);
-            progress.SetCount(reading.Count());
+            // One that does not move is left to the interruption, which ends the program and says so.
+            if (const std::size_t now = reading.Count(); now != count)
+            {
+                environment.GetInterruption().Check();
+                count = now;
+            }
+            progress.SetCount(count);
             if (m_patience != 0 && GetTickCount64() >= end)
             {
                 throw Failure{ExitCode::CommandFailed, ToUtf8(wanted.name) + ": not read within " +
                                                            std::to_string(m_patience) + " s (--class-timeout)"};
             }
         }
+        environment.GetInterruption().Check();
     }
 
     // The classes of one reading to those of the others: one that is embedded in several is read with each of them.
