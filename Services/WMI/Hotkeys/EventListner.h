@@ -17,7 +17,7 @@ class WMIService;
 // command for as long as the subscription lasts.
 //
 // Lifetime: must outlive its thread's use of it. The listeners hold it in static storage and the module pins itself
-// before the thread starts, so that it is destroyed at the end of the process only, when no other thread runs; see
+// once the thread runs, so that it is destroyed at the end of the process only, when no other thread runs; see
 // docs/lifecycle.md.
 // Threads: SetupListner is called once, by the thread that made the object. The listening thread then reads the
 // members, which nobody changes any more.
