@@ -1,6 +1,7 @@
 #include "Host/Watch/LogText.h"
 
 #include <charconv>
+#include <cstddef>
 
 namespace Zv::Host
 {

@@ -4,6 +4,8 @@
 #include "Simulator/Cim/StatusNames.h"
 #include "Tests/Simulator/Sink.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
 
 namespace Zv::Testing

@@ -3,6 +3,8 @@
 #include "Simulator/Cim/StatusNames.h"
 #include "Tests/Support/FakeWmi.h"
 
+#include <gtest/gtest.h>
+
 namespace Zv::Testing
 {
 

@@ -2,6 +2,8 @@
 
 #include "Simulator/Cim/StatusNames.h"
 
+#include <gtest/gtest.h>
+
 namespace Zv::Testing
 {
 

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -175,7 +174,7 @@ TEST(ConformanceTests, ASimulatedMachineAnswersAsThePageSays)
 
 TEST(ConformanceTests, ThePageIsWrittenFromTheCases)
 {
-    if (std::getenv("ZV_WRITE_DOCS") != nullptr)
+    if (GetEnvironmentVariableW(L"ZV_WRITE_DOCS", nullptr, 0) != 0)
     {
         std::ofstream{std::filesystem::path{ZV_CONFORMANCE}, std::ios::binary} << Page();
     }

@@ -195,7 +195,7 @@ Complaint Describe(const char* what, const void* address) noexcept
     else if (at >= block + page.size)
     {
         std::snprintf(complaint.text, sizeof complaint.text, "%s %llu bytes behind a %sblock of %llu bytes", what,
-                      static_cast<unsigned long long>(at - block - page.size), state,
+                      static_cast<unsigned long long>(at - (block + page.size)), state,
                       static_cast<unsigned long long>(page.size));
     }
     else

@@ -100,7 +100,7 @@ HEADERS = {
         is_copy_assignable_v is_copy_constructible_v is_enum_v is_floating_point_v is_function_v is_integral_v
         is_invocable_v is_nothrow_move_constructible_v is_pointer_v is_same_v is_signed_v is_trivially_copyable_v
         is_trivially_destructible_v is_unsigned_v is_void_v make_signed_t make_unsigned_t remove_const_t remove_cv_t
-        remove_cvref_t remove_pointer_t remove_reference_t true_type underlying_type_t void_t""",
+        remove_cvref_t remove_pointer_t remove_reference_t true_type underlying_type_t void_t type_identity_t""",
     "concepts": "convertible_to derived_from floating_point integral invocable same_as",
     "typeinfo": "bad_cast type_info",
     "typeindex": "type_index",
